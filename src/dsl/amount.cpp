@@ -1,0 +1,33 @@
+#include "dsl/amount.hpp"
+
+#include "dsl/event.hpp"
+
+namespace ximDSL {
+
+Iff::Iff(EventPtr event, AmountPtr then, AmountPtr otherwise)
+    : m_event(std::move(event)), m_then(std::move(then)), m_otherwise(std::move(otherwise)) {}
+
+bool AmountUnaryOperation::parse(std::stack<NodePtr>& stack) {
+    return take(stack, m_operand);
+}
+
+bool AmountBinaryOperation::parse(std::stack<NodePtr>& stack) {
+    // Plain conditions: between nodes the operators of this namespace describe contracts.
+    if (!take(stack, m_right)) return false;
+    return take(stack, m_left);
+}
+
+int AmountBinaryOperation::c_get_precedence() const {
+    switch (m_id) {
+        case Id::multiply:
+        case Id::divide:
+            return 3;
+        case Id::add:
+        case Id::subtract:
+            return 4;
+        default:
+            return 0;
+    }
+}
+
+}  // namespace ximDSL
