@@ -5,13 +5,17 @@ target_compile_features(xim_settings INTERFACE cxx_std_20)
 target_compile_options(
   xim_settings
   INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
-            -Woverloaded-virtual -Werror -ffp-contract=off)
+            -Woverloaded-virtual -Werror -ffp-contract=off
+            # g++ 12 warns falsely of std::string at full optimisation
+            $<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Release>>:-Wno-array-bounds;-Wno-restrict;-Wno-stringop-overflow>)
 target_include_directories(xim_settings INTERFACE ${PROJECT_SOURCE_DIR}/include
                                                   ${PROJECT_SOURCE_DIR}/src)
 target_link_libraries(xim_settings INTERFACE Eigen3::Eigen PkgConfig::JSONCPP Threads::Threads)
 if(XIM_SANITIZE)
   target_compile_options(xim_settings INTERFACE -fsanitize=${XIM_SANITIZE}
-                                                -fno-sanitize-recover=all -fno-omit-frame-pointer)
+                                                -fno-sanitize-recover=all -fno-omit-frame-pointer
+                                                # g++ 12 warns falsely of std::regex
+                                                -Wno-maybe-uninitialized)
   target_link_options(xim_settings INTERFACE -fsanitize=${XIM_SANITIZE})
 endif()
 

@@ -1,0 +1,21 @@
+// Underlyings with a local volatility derived from their surfaces. The market data that it needs;
+// no helper yet.
+
+#pragma once
+
+#include <vector>
+
+#include "core/modeling/model.hpp"
+
+namespace ximCORE::Modeling {
+
+class DupireLocalVolatilityModel final : public Model {
+ public:
+    explicit DupireLocalVolatilityModel(Toolbox::Date const& calibration_date);
+
+    using Model::get_dependencies;
+    [[nodiscard]] bool get_dependencies(std::vector<Data::Underlying*> const& underlyings,
+                                        std::vector<Data::Currency*> const& currencies) override;
+};
+
+}  // namespace ximCORE::Modeling

@@ -1,0 +1,104 @@
+// A path must not allocate: this suite counts every allocation of the process while a pricing runs,
+// and requires the number not to depend on the number of trials.
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "support/pricing_test.hpp"
+
+namespace {
+
+std::atomic<bool> counting{false};
+std::atomic<std::uint64_t> allocations{0};
+
+void* allocate(std::size_t size) {
+    if (counting.load(std::memory_order_relaxed))
+        allocations.fetch_add(1, std::memory_order_relaxed);
+    if (void* const memory = std::malloc(size == 0 ? 1 : size)) return memory;
+    throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    return allocate(size);
+}
+void* operator new[](std::size_t size) {
+    return allocate(size);
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+namespace ximCORE::Pricing {
+namespace {
+
+using Testing::TreeBuilder;
+
+class AllocationTest : public PricingTest {
+ protected:
+    AllocationTest() {
+        add_currency("EUR");
+        auto const a = add_share("A", 100.0, 0.25);
+        auto const b = add_share("B", 80.0, 0.375);
+        correlate(*a, *b, 0.5);
+        auto& greeks = PricerOptions::s_options.greeks;
+        for (auto* record : {&greeks.delta, &greeks.vega, &greeks.cega}) record->activate = true;
+        for (auto* record : {&greeks.gamma, &greeks.volga, &greeks.xgamma, &greeks.xvolga})
+            record->activate = true;
+        for (auto* record : {&greeks.vanna, &greeks.xvanna}) record->activate = true;
+        PricerOptions::s_options.smoothing = SmoothingType::SYMETRIC;
+    }
+
+    /// A memory coupon: named values, smoothed conditions, a maximum, two payments.
+    std::unique_ptr<Contract::Contract> memory_coupon() {
+        TreeBuilder tree;
+        int const least =
+            tree.binary(TreeBuilder::min, tree.fixing("A", half_year), tree.fixing("B", half_year));
+        int const set = tree.set("coupon", least);
+        int const above = tree.compare(TreeBuilder::greater, tree.fixing("A", one_year), 95.0);
+        int const coupon = tree.pay(tree.reference("coupon"), one_year, "EUR");
+        int const fallback =
+            tree.pay(tree.call(tree.fixing("B", one_year), 80.0), two_years, "EUR");
+        return contract(tree, tree.both(set, tree.condition(above, coupon, fallback, 1.0, 2.0)));
+    }
+
+    /// Allocations of one whole run.
+    std::uint64_t count(Contract::Contract& priced, std::uint64_t trials, int threads) {
+        MCPricerOptions::s_options = {.trials = trials,
+                                      .nb_threads = static_cast<std::uint8_t>(threads),
+                                      .antithetic_factor = 0.5};
+        auto const model = Modeling::get_model(today, Modeling::ModelName::black_scholes);
+        EXPECT_TRUE(model->get_dependencies(priced));
+        auto const pricer = get_pricer();
+        allocations = 0;
+        counting = true;
+        bool const success = pricer->run(priced, model.get());
+        counting = false;
+        EXPECT_TRUE(success);
+        return allocations;
+    }
+};
+
+TEST_F(AllocationTest, ATrialAllocatesNothing) {
+    auto const priced = memory_coupon();
+    std::ignore = count(*priced, 1, 1);  // what is made once, on the first use of the market
+    for (int const threads : {1, 3}) {
+        auto const few = count(*priced, 10, threads);
+        EXPECT_GT(few, 0U);
+        EXPECT_EQ(count(*priced, 1000, threads), few) << threads;
+    }
+}
+
+}  // namespace
+}  // namespace ximCORE::Pricing
