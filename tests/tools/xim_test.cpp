@@ -1,0 +1,153 @@
+// The command line as a person uses it: what it prints where, and its exit status.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+struct Outcome {
+    int status{};
+    std::string out;
+    std::string err;
+};
+
+std::string read(std::string const& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+Outcome run_xim(std::string const& words) {
+    std::string const base = ::testing::TempDir() + "xim_" +
+                             ::testing::UnitTest::GetInstance()->current_test_info()->name();
+    std::string const command = std::string("cd " XIM_ROOT " && " XIM_PROGRAM " ") + words + " >" +
+                                base + ".out 2>" + base + ".err </dev/null";
+    int const status = std::system(command.c_str());
+    Outcome outcome{
+        .status = WEXITSTATUS(status), .out = read(base + ".out"), .err = read(base + ".err")};
+    std::remove((base + ".out").c_str());
+    std::remove((base + ".err").c_str());
+    return outcome;
+}
+
+/// A request with another script, in a file that is removed at the end of the test.
+class RequestFile {
+ public:
+    explicit RequestFile(std::string const& script, std::string const& date = "2021-05-03")
+        : m_path(::testing::TempDir() + "xim_request_" +
+                 ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".json") {
+        std::ofstream(m_path) << R"({"ContractConfiguration": {"Date": ")" << date
+                              << R"(", "PremiumCurrency": "USD", "Kind": "CONSOLE", "Script": ")"
+                              << script << R"("}, "ModelConfiguration": {"CalibrationDate": ")"
+                              << date << R"(", "Name": "BLACK_SCHOLES_MODEL"},
+             "PricerConfiguration": {"MonteCarloTrials": 100, "MonteCarloNbThreads": 1}})";
+    }
+    ~RequestFile() { std::filesystem::remove(m_path); }
+    RequestFile(RequestFile const&) = delete;
+    RequestFile& operator=(RequestFile const&) = delete;
+
+    [[nodiscard]] std::string const& c_get_path() const { return m_path; }
+
+ private:
+    std::string m_path;
+};
+
+TEST(Xim, PricesForAPerson) {
+    Outcome const outcome = run_xim("price examples/european_call.json --trials 1000");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("Price "));
+    EXPECT_THAT(outcome.out, HasSubstr(" USD\n"));
+    EXPECT_THAT(outcome.out, HasSubstr("Standard error"));
+    EXPECT_THAT(outcome.out, HasSubstr("Delta  ^GSPC"));
+    EXPECT_THAT(outcome.out, HasSubstr("Vega   ^GSPC"));
+    EXPECT_THAT(outcome.err, HasSubstr("WARNING: By not providing data sources"));
+}
+
+TEST(Xim, PrintsTheAnswerOfARoute) {
+    Outcome const outcome = run_xim("/GetPrice examples/european_call.json --trials 10");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("\"Logger\""));
+    EXPECT_THAT(outcome.out, HasSubstr("\"PricerConfiguration\""));
+}
+
+TEST(Xim, DescribesAContract) {
+    Outcome const outcome = run_xim("contract examples/autocall.json");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    for (char const* heading :
+         {"Script\n", "Underlyings\n", "Fixings\n", "Events\n", "BARRIER", "^STOXX50E"}) {
+        EXPECT_THAT(outcome.out, HasSubstr(heading));
+    }
+}
+
+TEST(Xim, PricesOnAMarketFileWithoutALogin) {
+    Outcome const outcome = run_xim(
+        "price examples/worst_of_call.json --market examples/market/two_equities.json --trials "
+        "100");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("Cega   BETA / ALPHA"));
+    EXPECT_THAT(outcome.err, IsEmpty());
+}
+
+TEST(Xim, ShowsWhereAScriptIsRejected) {
+    RequestFile const request("Pay(Sqrt(4), 2022-05-03, USD)");
+    Outcome const outcome = run_xim("price " + request.c_get_path());
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.out, IsEmpty());
+    EXPECT_THAT(outcome.err, HasSubstr("Pay(Sqrt(4), 2022-05-03, USD)"));
+    EXPECT_THAT(outcome.err, HasSubstr("^"));
+    EXPECT_THAT(outcome.err, HasSubstr("Sqr"));
+    EXPECT_THAT(outcome.err, HasSubstr("1:5: error"));
+}
+
+TEST(Xim, NamesAMissingQuote) {
+    RequestFile const request("Pay(Spot(^GSPC,2021-05-01),2022-05-03,USD)");
+    Outcome const outcome = run_xim("price " + request.c_get_path());
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("ERROR: Cannot find spot at '2021-05-01'"));
+}
+
+TEST(Xim, NamesAnUnknownTicker) {
+    RequestFile const request("Pay(Spot(NOBODY,2022-05-03),2022-05-03,USD)");
+    Outcome const outcome = run_xim("price " + request.c_get_path());
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("NOBODY"));
+}
+
+TEST(Xim, FailsOnAMissingFile) {
+    Outcome const outcome = run_xim("price nowhere.json");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.err, HasSubstr("Cannot read nowhere.json"));
+}
+
+TEST(Xim, FailsOnTextThatIsNoJson) {
+    Outcome const outcome = run_xim("price README.md");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.err, HasSubstr("README.md: "));
+}
+
+TEST(Xim, FailsOnAnUnknownRoute) {
+    Outcome const outcome = run_xim("/GetNothing examples/european_call.json");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.out, HasSubstr("Unknown path /GetNothing"));
+}
+
+TEST(Xim, ExplainsItselfWithoutWords) {
+    Outcome const outcome = run_xim("--help");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("price"));
+    EXPECT_THAT(outcome.out, HasSubstr("/ROUTE"));
+    EXPECT_THAT(run_xim("").status, Not(0));
+}
+
+}  // namespace

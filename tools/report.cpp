@@ -1,0 +1,206 @@
+#include "report.hpp"
+
+#include <algorithm>
+#include <array>
+#include <iomanip>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ximAPI/diagnosis.hpp"
+
+namespace xim {
+
+namespace {
+
+/// A table of texts. The first row is its head; numbers stand to the right.
+class Table {
+ public:
+    explicit Table(std::vector<std::string> head) : m_rows{std::move(head)} {}
+
+    void add(std::vector<std::string> row) { m_rows.push_back(std::move(row)); }
+
+    void print(std::ostream& out) const {
+        std::vector<std::size_t> widths(m_rows.front().size(), 0);
+        for (auto const& row : m_rows) {
+            for (std::size_t column = 0; column < row.size(); ++column) {
+                widths[column] = std::max(widths[column], row[column].size());
+            }
+        }
+        for (auto const& row : m_rows) {
+            std::string line;
+            for (std::size_t column = 0; column < row.size(); ++column) {
+                std::string const blanks(widths[column] - row[column].size(), ' ');
+                line +=
+                    is_number(row[column]) || (&row == &m_rows.front() && is_number_column(column))
+                        ? blanks + row[column]
+                        : row[column] + blanks;
+                line += "  ";
+            }
+            out << "  " << line.substr(0, line.find_last_not_of(' ') + 1) << '\n';
+        }
+    }
+
+ private:
+    static bool is_number(std::string const& text) {
+        return !text.empty() && text.find_first_not_of("0123456789.-+e") == std::string::npos &&
+               text.find_first_of("0123456789") != std::string::npos &&
+               std::count(text.begin(), text.end(), '-') < 2;
+    }
+
+    bool is_number_column(std::size_t column) const {
+        return std::any_of(m_rows.begin() + 1, m_rows.end(),
+                           [column](auto const& row) { return is_number(row[column]); });
+    }
+
+    std::vector<std::vector<std::string>> m_rows;
+};
+
+std::string number(Json::Value const& value) {
+    if (!value.isNumeric()) {
+        return "nan";
+    }
+    std::ostringstream text;
+    text << std::setprecision(7) << value.asDouble();
+    return text.str();
+}
+
+std::string text(Json::Value const& value) {
+    return value.isString() ? value.asString() : "";
+}
+
+std::string yes_no(Json::Value const& value) {
+    return value.isBool() && value.asBool() ? "yes" : "no";
+}
+
+void add_estimate(Table& table, std::string const& greek, std::string const& name,
+                  Json::Value const& estimate) {
+    table.add({greek, name, number(estimate["Mean"]), number(estimate["Lower"]),
+               number(estimate["Upper"]), number(estimate["Stddev"])});
+}
+
+/// The events as they nest: an event names the positions of those that depend on it.
+std::string describe(Json::Value const& event) {
+    Json::Value const& attributes = event["Attributes"];
+    std::ostringstream line;
+    for (char const* key : {"Script", "Name", "Ticker", "Currency", "ChoiceOwnership"}) {
+        if (attributes.isMember(key)) {
+            line << (line.tellp() > 0 ? ", " : "") << text(attributes[key]);
+        }
+    }
+    for (auto const& [start, end] :
+         {std::pair{"StartLeft", "EndLeft"}, {"StartRight", "EndRight"}, {"Start", "End"}}) {
+        if (attributes.isMember(start)) {
+            line << ", " << start << " " << attributes[start].asInt() << " to "
+                 << attributes[end].asInt();
+        }
+    }
+    if (attributes.isMember("Quantity")) {
+        line << ", quantity " << number(attributes["Quantity"]);
+    }
+    if (attributes["HasValue"].isBool() && attributes["HasValue"].asBool()) {
+        Json::Value const& value = attributes["Value"];
+        line << " = " << (value.isBool() ? yes_no(value) : number(value));
+    }
+    return line.str();
+}
+
+}  // namespace
+
+void report_log(Json::Value const& answer, std::ostream& out) {
+    for (Json::Value const& record : answer["Logger"]) {
+        std::string const level = text(record["Level"]);
+        if (level == "WARNING" || level == "ERROR" || level == "EXCEPTION") {
+            out << level << ": " << text(record["Message"]) << '\n';
+        }
+    }
+}
+
+void report_script(Json::Value const& request, std::ostream& out) {
+    Json::Value const& script = request["ContractConfiguration"]["Script"];
+    if (!script.isString()) {
+        return;
+    }
+    out << ximAPI::render_diagnosis(ximAPI::diagnose_script(script.asString()), script.asString());
+}
+
+void report_price(Json::Value const& answer, std::ostream& out) {
+    Json::Value const& results = answer["Pricer"]["Pricer"];
+    Json::Value const& price = results["Price"][0]["Value"];
+    std::string const currency = text(answer["ContractConfiguration"]["PremiumCurrency"]);
+    out << "Price            " << number(price["Mean"]) << ' ' << currency << '\n'
+        << "Confidence       " << number(price["Lower"]) << " to " << number(price["Upper"]) << '\n'
+        << "Standard error   " << number(price["Stddev"]) << '\n';
+    Table table({"Greek", "Underlying", "Value", "Lower", "Upper", "Standard error"});
+    bool any = false;
+    for (char const* greek : {"Delta", "Gamma", "Vega", "Volga", "Vanna"}) {
+        for (Json::Value const& row : results[greek]) {
+            add_estimate(table, greek, text(row["Ticker"]), row["Value"]);
+            any = true;
+        }
+    }
+    for (char const* greek : {"XGamma", "XVolga", "XVanna", "Cega"}) {
+        for (Json::Value const& cell : results[greek]) {
+            add_estimate(table, greek,
+                         text(cell["FirstTicker"]) + " / " + text(cell["SecondTicker"]),
+                         cell["Value"]);
+            any = true;
+        }
+    }
+    if (any) {
+        out << "\nGreeks, per unit of relative spot move, of volatility and of correlation\n";
+        table.print(out);
+    }
+}
+
+void report_contract(Json::Value const& answer, std::ostream& out) {
+    Json::Value const& contract = answer["Contract"];
+    out << "Script\n" << text(contract["Script"]) << "\n\nUnderlyings\n";
+    Table underlyings({"Ticker", "Name", "Class", "Currency", "Last quote", "Quanto"});
+    for (Json::Value const& row : contract["Underlyings"]) {
+        underlyings.add({text(row["Ticker"]), text(row["CompleteName"]), text(row["AssetClass"]),
+                         text(row["QuoteCurrency"]),
+                         yes_no(row["HasLastQuote"]) == "yes" ? number(row["LastQuote"]) : "none",
+                         yes_no(row["IsQuanto"])});
+    }
+    underlyings.print(out);
+
+    Json::Value const& matrix = contract["CorrelationMatrix"];
+    if (matrix["Rows"].size() > 1) {
+        out << "\nCorrelations, percent\n";
+        std::vector<std::string> head{""};
+        for (Json::Value const& ticker : matrix["Cols"]) {
+            head.push_back(text(ticker));
+        }
+        Table correlations(head);
+        for (Json::ArrayIndex i = 0; i < matrix["Rows"].size(); ++i) {
+            std::vector<std::string> row{text(matrix["Rows"][i])};
+            for (Json::Value const& cell : matrix["Data"][i]) {
+                row.push_back(yes_no(cell["HasValue"]) == "yes" ? number(cell["Value"]) : "none");
+            }
+            correlations.add(row);
+        }
+        correlations.print(out);
+    }
+
+    out << "\nFixings\n";
+    Table fixings({"Date", "Ticker", "Currency", "Quote", "Past"});
+    for (Json::Value const& row : contract["Fixings"]) {
+        fixings.add({text(row["Date"]), text(row["Ticker"]), text(row["QuoteCurrency"]),
+                     yes_no(row["HasQuote"]) == "yes" ? number(row["Quote"]) : "open",
+                     yes_no(row["IsPast"])});
+    }
+    fixings.print(out);
+
+    out << "\nEvents\n";
+    Table events({"#", "Date", "Type", "What"});
+    Json::ArrayIndex index = 0;
+    for (Json::Value const& row : contract["Events"]) {
+        events.add({std::to_string(index++), text(row["Date"]), text(row["Type"]), describe(row)});
+    }
+    events.print(out);
+}
+
+}  // namespace xim
