@@ -82,7 +82,7 @@ inline std::vector<double> simulate(Case const& what, Market const& market,
     std::vector<double> w(what.nb_dates * n);
     for (std::uint64_t trial = 0; trial < trials; ++trial) {
         for (std::size_t k = 0; k < what.nb_dates; ++k) {
-            double z[3];
+            double z[3] = {0.0, 0.0, 0.0};
             for (std::size_t u = 0; u < n; ++u) z[u] = normal(generator);
             w[k * n] = z[0];
             if (n > 1) w[k * n + 1] = l10 * z[0] + l11 * z[1];
