@@ -15,6 +15,7 @@ ORDER = ["toolbox", "data", "contract", "modeling", "pricing", "api"]
 ALLOWED = {
     "core/modeling/fixing_grid.hpp": "the table through which contract and market items read a path",
     "core/contract/information.hpp": "the lists that market items append themselves to",
+    "core/modeling/pde_helper.hpp": "the space grid through which a contract rolls its values back",
     "core/pricing/options.hpp": "the settings that lower layers read: smoothing, trials",
 }
 

@@ -1,75 +1,18 @@
 #include "report.hpp"
 
-#include <algorithm>
 #include <array>
-#include <iomanip>
 #include <ostream>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "table.hpp"
 #include "ximAPI/diagnosis.hpp"
 
 namespace xim {
 
 namespace {
-
-/// A table of texts. The first row is its head; numbers stand to the right.
-class Table {
- public:
-    explicit Table(std::vector<std::string> head) : m_rows{std::move(head)} {}
-
-    void add(std::vector<std::string> row) { m_rows.push_back(std::move(row)); }
-
-    void print(std::ostream& out) const {
-        std::vector<std::size_t> widths(m_rows.front().size(), 0);
-        for (auto const& row : m_rows) {
-            for (std::size_t column = 0; column < row.size(); ++column) {
-                widths[column] = std::max(widths[column], row[column].size());
-            }
-        }
-        for (auto const& row : m_rows) {
-            std::string line;
-            for (std::size_t column = 0; column < row.size(); ++column) {
-                std::string const blanks(widths[column] - row[column].size(), ' ');
-                line +=
-                    is_number(row[column]) || (&row == &m_rows.front() && is_number_column(column))
-                        ? blanks + row[column]
-                        : row[column] + blanks;
-                line += "  ";
-            }
-            out << "  " << line.substr(0, line.find_last_not_of(' ') + 1) << '\n';
-        }
-    }
-
- private:
-    static bool is_number(std::string const& text) {
-        return !text.empty() && text.find_first_not_of("0123456789.-+e") == std::string::npos &&
-               text.find_first_of("0123456789") != std::string::npos &&
-               std::count(text.begin(), text.end(), '-') < 2;
-    }
-
-    bool is_number_column(std::size_t column) const {
-        return std::any_of(m_rows.begin() + 1, m_rows.end(),
-                           [column](auto const& row) { return is_number(row[column]); });
-    }
-
-    std::vector<std::vector<std::string>> m_rows;
-};
-
-std::string number(Json::Value const& value) {
-    if (!value.isNumeric()) {
-        return "nan";
-    }
-    std::ostringstream text;
-    text << std::setprecision(7) << value.asDouble();
-    return text.str();
-}
-
-std::string text(Json::Value const& value) {
-    return value.isString() ? value.asString() : "";
-}
 
 std::string yes_no(Json::Value const& value) {
     return value.isBool() && value.asBool() ? "yes" : "no";

@@ -6,6 +6,7 @@
 #include "core/data/spot.hpp"
 #include "core/data/surfaces/black_scholes_volatility.hpp"
 #include "core/modeling/black_scholes_model.hpp"
+#include "core/modeling/black_scholes_pde_helper.hpp"
 #include "core/modeling/mc_helper.hpp"
 #include "core/pricing/options.hpp"
 #include "core/toolbox/basis.hpp"
@@ -83,6 +84,9 @@ void plug_contract_parameters(Contract const& contract) {
 
 void plug_model_parameters(Model const& model) {
     using ximCORE::Modeling::BlackScholesModel;
+    using ximCORE::Modeling::BlackScholesPDEHelper;
+    BlackScholesPDEHelper::s_grid_size = model.BlackScholesFiniteDifferenceGridSize;
+    BlackScholesPDEHelper::s_quantile_level = model.BlackScholesFiniteDifferenceConfidenceLevel;
     BlackScholesModel::s_calibration_kind =
         static_cast<BlackScholesModel::CalibrationKind>(model.BlackScholesCalibrationKind);
     DateShift const& tenor = model.BlackScholesVolatilityCalibrationTenor;
@@ -114,6 +118,12 @@ void plug_pricing_parameters(Pricer const& pricer) {
 
     Pricing::PDEPricerOptions::s_options.use_richardson_romberg =
         pricer.FiniteDifferenceUseRichardsonRombergExtrapolation;
+    ximCORE::Toolbox::XTPDE::s_options = {
+        .explicit_rate =
+            Math::get_absolute(static_cast<double>(pricer.FiniteDifferenceExplicitRate)),
+        .boundary_condition = static_cast<ximCORE::Toolbox::XTPDE::BoundaryCondition>(
+            pricer.FiniteDifferenceBoundaryCondition)};
+    ximCORE::Modeling::PDEHelper::s_time_step = pricer.FiniteDifferenceTimeStep;
 
     auto& closed_form = Pricing::CFPricerOptions::s_options;
     closed_form.moneyness_grid_size = widened(pricer.ClosedFormMoneynessGridSize);
@@ -131,6 +141,11 @@ bool check_pricing_parameters(Pricer const& pricer) {
     return check(pricer.MonteCarloTrials >= 0, "MonteCarloTrials") &&
            check(pricer.ClosedFormMoneynessGridSize >= 0, "ClosedFormMoneynessGridSize") &&
            check(pricer.DayCounter.Basis == Basis::ACT_365, "DayCounter");
+}
+
+bool check_finite_difference_settings() {
+    return Pricing::PricerOptions::s_options.method != Pricing::PricingMethod::FINITE_DIFFERENCE ||
+           ximCORE::Modeling::BlackScholesPDEHelper::s_check_settings();
 }
 
 }  // namespace ximAPI::Toolkit

@@ -22,5 +22,7 @@ void plug_pricing_parameters(Pricer const& pricer);
 /// Whether the whole numbers of the record can be used. False after an ERROR record "Invalid " +
 /// the key.
 [[nodiscard]] bool check_pricing_parameters(Pricer const& pricer);
+/// The same for the settings of the finite differences, once plugged and if they are the method.
+[[nodiscard]] bool check_finite_difference_settings();
 
 }  // namespace ximAPI::Toolkit

@@ -1,11 +1,6 @@
 #include "dsl/amount.hpp"
 
-#include "dsl/event.hpp"
-
 namespace ximDSL {
-
-Iff::Iff(EventPtr event, AmountPtr then, AmountPtr otherwise)
-    : m_event(std::move(event)), m_then(std::move(then)), m_otherwise(std::move(otherwise)) {}
 
 bool AmountUnaryOperation::parse(std::stack<NodePtr>& stack) {
     return take(stack, m_operand);

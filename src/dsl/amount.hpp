@@ -12,8 +12,6 @@
 
 namespace ximDSL {
 
-class Event;
-
 class Amount : public Component {
  public:
     /// The operation codes of amounts in the encoded form.
@@ -95,19 +93,6 @@ class SortedAmounts final : public Described<SortedAmounts, Amount> {
 
     std::vector<Child<Amount>> m_amounts;
     int m_rank;
-};
-
-/// One of two amounts, by an event.
-class Iff final : public Described<Iff, Amount> {
- public:
-    Iff(EventPtr event, AmountPtr then, AmountPtr otherwise);
-    [[nodiscard]] auto c_fields() const { return std::tie(m_event, m_then, m_otherwise); }
-    static constexpr Id c_get_op() { return Id::iff; }
-
- private:
-    Child<Event> m_event;
-    Child<Amount> m_then;
-    Child<Amount> m_otherwise;
 };
 
 class AmountUnaryOperation final : public Described<AmountUnaryOperation, Amount> {

@@ -15,9 +15,12 @@ namespace {
 /// More items than this are made room for one by one: the counts of a file are not to be trusted.
 constexpr std::uint64_t max_reserved_items = 100'000;
 
-bool save(Encoded const& encoded, std::string const& filename) {
+/// Opens the file before anything is encoded: a tree that could not be saved is still fresh.
+template <class Encode>
+bool save(std::string const& filename, Encode const& encode) {
     std::ofstream file(filename);
-    if (!file.is_open()) return false;
+    Encoded encoded;
+    if (!file.is_open() || !encode(encoded)) return false;
     Toolkit::serialize(encoded, file);
     file.close();
     return !file.fail();
@@ -71,13 +74,12 @@ void Toolkit::deserialize(std::istream& in, Encoded& encoded) {
 }
 
 bool Save(CashFlowPtr const& cashflow, std::string const& filename) {
-    Encoded encoded;
-    return cashflow != nullptr && cashflow->encode(encoded) && save(encoded, filename);
+    if (cashflow == nullptr) return false;
+    return save(filename, [&](Encoded& encoded) { return cashflow->encode(encoded); });
 }
 
 bool Save(std::vector<Observation> const& observations, std::string const& filename) {
-    Encoded encoded;
-    return encode(observations, encoded) && save(encoded, filename);
+    return save(filename, [&](Encoded& encoded) { return encode(observations, encoded); });
 }
 
 }  // namespace ximDSL

@@ -1,4 +1,5 @@
-// The events of a contract description: comparisons of amounts and what is combined from them.
+// The events of a contract description: comparisons of amounts, what is combined from them, and the
+// amount that depends on one.
 #pragma once
 
 #include <cstdint>
@@ -110,6 +111,20 @@ class RightEventAmountHybridOperation final
     Id m_id;
     Child<Amount> m_left;
     float m_right;
+};
+
+/// One of two amounts, by an event.
+class Iff final : public Described<Iff, Amount> {
+ public:
+    Iff(EventPtr event, AmountPtr then, AmountPtr otherwise)
+        : m_event(std::move(event)), m_then(std::move(then)), m_otherwise(std::move(otherwise)) {}
+    [[nodiscard]] auto c_fields() const { return std::tie(m_event, m_then, m_otherwise); }
+    static constexpr Id c_get_op() { return Id::iff; }
+
+ private:
+    Child<Event> m_event;
+    Child<Amount> m_then;
+    Child<Amount> m_otherwise;
 };
 
 }  // namespace ximDSL

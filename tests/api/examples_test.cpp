@@ -64,13 +64,13 @@ TEST_P(Examples, HasALineInTheReadme) {
               std::string::npos);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Examples, ::testing::ValuesIn(example_names()),
-                         [](auto const& parameter) {
-                             std::string name = fs::path(parameter.param).stem().string();
-                             std::replace_if(
-                                 name.begin(), name.end(),
-                                 [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    All, Examples, ::testing::ValuesIn(example_names()), [](auto const& parameter) {
+        std::string name =
+            fs::path(parameter.param).lexically_relative("examples").replace_extension().string();
+        std::replace_if(
+            name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+        return name;
+    });
 
 }  // namespace

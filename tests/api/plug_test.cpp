@@ -82,8 +82,8 @@ TEST_F(Plug, TheModelTakesItsCalibrationAndItsTenor) {
     plug_model_parameters(model);
     EXPECT_EQ(BlackScholesModel::s_calibration_kind,
               BlackScholesModel::CalibrationKind::at_the_money_forward);
-    Core::Toolbox::Date const start("2021-05-03");
-    EXPECT_STREQ(start.c_shift(BlackScholesModel::s_calibration_tenor).c_str(), "2021-08-03");
+    EXPECT_EQ(Core::Toolbox::Date("2021-05-03").c_shift(BlackScholesModel::s_calibration_tenor),
+              Core::Toolbox::Date("2021-08-03"));
 }
 
 TEST_F(Plug, ATenorThatDoesNotReadRaises) {
@@ -190,6 +190,40 @@ TEST_F(Plug, DirectionsAreCentredOnZeroButThatOfTheCega) {
         EXPECT_EQ(greeks.vega.direction, number - 1);
         EXPECT_EQ(greeks.cega.direction, number);
     }
+}
+
+TEST_F(Plug, PercentBecomeFractionsAndDirectionsAreSigned) {
+    ximAPI::Pricer pricer;
+    pricer.MonteCarloConfidenceLevel = 97.5F;
+    pricer.MonteCarloAntitheticFactor = 30.0F;
+    pricer.DeltaDirection = ximAPI::GreekDirection::LEFT;
+    pricer.VegaDirection = ximAPI::GreekDirection::RIGHT;
+    pricer.CegaDirection = ximAPI::GreekDirection::LEFT;
+    pricer.ComputeDelta = true;
+    pricer.MonteCarloSeed = -1;
+    plug_pricing_parameters(pricer);
+    auto const& options = ximCORE::Pricing::PricerOptions::s_options;
+    EXPECT_NEAR(ximCORE::Pricing::MCPricerOptions::s_options.confidence_level, 0.975, 1e-15);
+    EXPECT_NEAR(ximCORE::Pricing::MCPricerOptions::s_options.antithetic_factor, 0.3, 1e-15);
+    EXPECT_EQ(options.greeks.delta.direction, -1);
+    EXPECT_EQ(options.greeks.vega.direction, 1);
+    EXPECT_EQ(options.greeks.cega.direction, 0);
+    EXPECT_FALSE(options.greeks.delta.activate) << "the master switch is off";
+    EXPECT_EQ(ximCORE::Modeling::MCHelper::s_seed, 0xFFFFFFFFFFFFFFFFULL);
+}
+
+TEST_F(Plug, TheTwoBumpsOfTheVannaArriveCrossed) {
+    ximAPI::Pricer pricer;
+    pricer.VannaVolatilityBump = 2.0F;
+    pricer.VannaSpotBump = 3.0F;
+    pricer.XVannaVolatilityBump = 4.0F;
+    pricer.XVannaSpotBump = 5.0F;
+    plug_pricing_parameters(pricer);
+    auto const& greeks = ximCORE::Pricing::PricerOptions::s_options.greeks;
+    EXPECT_EQ(greeks.vanna.spot_bump, 2.0);
+    EXPECT_EQ(greeks.vanna.vol_bump, 3.0);
+    EXPECT_EQ(greeks.xvanna.spot_bump, 5.0);
+    EXPECT_EQ(greeks.xvanna.vol_bump, 4.0);
 }
 
 }  // namespace

@@ -63,7 +63,7 @@ TEST_F(SafeRequest, AnswersAsRequestDoes) {
          R"({"Schedule": {"StartDate": "2024-01-01", "EndDate": "2024-02-01", "DateShift": "+1m"}})"},
         {"/GetSchedule",
          R"({"Schedule": {"StartDate": "2024-03-01", "EndDate": "2024-02-01", "DateShift": "+1m"}})"},
-        {"/GetLadder", R"({"a": 1})"},
+        {"/GetModelDiffusion", R"({"a": 1})"},
     };
     for (auto const& [path, in] : calls) {
         std::vector<char> out(1U << 16U);
@@ -84,7 +84,7 @@ TEST_F(SafeRequest, RefusesNullArguments) {
 TEST_F(SafeRequest, NamesAnUnknownPathAndKeepsTheDocument) {
     expect_refusal("/Unknown", R"({"a": 1})", "Unknown path /Unknown");
     expect_refusal("", "{}", "Unknown path ");
-    expect_refusal("/GetLadder", "{}", "Unknown path /GetLadder");
+    expect_refusal("/GetModelDiffusion", "{}", "Unknown path /GetModelDiffusion");
     EXPECT_EQ(call("/Unknown", R"({"a": 1})").root["a"].asInt(), 1);
 }
 

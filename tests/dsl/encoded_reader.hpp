@@ -69,7 +69,9 @@ class EncodedReader {
 
     /// The value of an amount, given the fixings and what has been set.
     [[nodiscard]] double amount(int id) const {
-        auto const& [op, fields] = at('a', id);
+        auto const& item = at('a', id);
+        auto const op = item.op;
+        auto const& fields = item.fields;
         auto const operand = [&](std::size_t field) { return amount(std::stoi(fields[field])); };
         auto const number = [&](std::size_t field) { return std::stod(fields[field]); };
         if (op < 6) return combine(op, operand(0), operand(1));
@@ -112,7 +114,9 @@ class EncodedReader {
     }
 
     [[nodiscard]] bool event(int id) const {
-        auto const& [op, fields] = at('e', id);
+        auto const& item = at('e', id);
+        auto const op = item.op;
+        auto const& fields = item.fields;
         auto const operand = [&](std::size_t field) { return amount(std::stoi(fields[field])); };
         auto const number = [&](std::size_t field) { return std::stod(fields[field]); };
         if (op >= 1 && op < 7) return compare(op, operand(0), operand(1));
@@ -173,7 +177,9 @@ class EncodedReader {
     }
 
     void pay(int id, double quantity, std::map<std::string, double>& paid) {
-        auto const& [op, fields] = at('c', id);
+        auto const& item = at('c', id);
+        auto const op = item.op;
+        auto const& fields = item.fields;
         auto const child = [&](std::size_t field) { return std::stoi(fields[field]); };
         switch (op) {
             case 0:

@@ -162,6 +162,13 @@ TEST_F(ContractFile, SaveAnswersFalseIfTheFileCannotBeOpened) {
     EXPECT_FALSE(Save(std::vector{Observation("d", Cst(1.0f))}, path + "/no/folder"));
 }
 
+TEST_F(ContractFile, AFailedSaveLeavesTheTreeFresh) {
+    auto const contract = Pay(1.0f, "d", "c");
+    ASSERT_FALSE(Save(contract, path + "/no/folder"));
+    ASSERT_TRUE(Save(contract, path));
+    EXPECT_EQ(read(), "0 1 0 1\na 0 27 1\nc 0 5 0,d,c,1\n");
+}
+
 TEST_F(ContractFile, SavesObservations) {
     ASSERT_TRUE(Save(std::vector{Observation("2025-01-02", Spot("A", "2025-01-02", ""))}, path));
     EXPECT_EQ(read(), "0 1 0 0\na 0 28 A,2025-01-02,\no 0 0 2025-01-02,0\n");

@@ -31,17 +31,22 @@ struct SparseReference {
     /// One step of the signed length t: (1 + i t L) u_new = (1 - e t L) u_old - t S.
     void step(double t, Eigen::ArrayXd& u) const {
         Eigen::Index const last = u.size() - 1;
-        auto const& [a, b, c, s] = coefficients;
         double const e = explicit_rate * t;
         double const i = (1.0 - explicit_rate) * t;
-        auto const below = [&](Eigen::Index k) { return a[k] / (dx * dx) - 0.5 * b[k] / dx; };
-        auto const at = [&](Eigen::Index k) { return c[k] - 2.0 * a[k] / (dx * dx); };
-        auto const above = [&](Eigen::Index k) { return a[k] / (dx * dx) + 0.5 * b[k] / dx; };
+        auto const below = [&](Eigen::Index k) {
+            return coefficients.a[k] / (dx * dx) - 0.5 * coefficients.b[k] / dx;
+        };
+        auto const at = [&](Eigen::Index k) {
+            return coefficients.c[k] - 2.0 * coefficients.a[k] / (dx * dx);
+        };
+        auto const above = [&](Eigen::Index k) {
+            return coefficients.a[k] / (dx * dx) + 0.5 * coefficients.b[k] / dx;
+        };
         if (e != 0.0) {
             Eigen::ArrayXd const old = u;
             for (Eigen::Index k = 1; k < last; ++k)
-                u[k] = old[k] -
-                       e * (below(k) * old[k - 1] + at(k) * old[k] + above(k) * old[k + 1] + s[k]);
+                u[k] = old[k] - e * (below(k) * old[k - 1] + at(k) * old[k] +
+                                     above(k) * old[k + 1] + coefficients.s[k]);
         }
         if (i == 0.0) return;
         std::vector<Eigen::Triplet<double, int>> entries;
@@ -62,7 +67,7 @@ struct SparseReference {
             put(k, k - 1, i * below(k));
             put(k, k, 1.0 + i * at(k));
             put(k, k + 1, i * above(k));
-            rhs[k] -= i * s[k];
+            rhs[k] -= i * coefficients.s[k];
         }
         Eigen::SparseMatrix<double, 0, int> matrix(u.size(), u.size());
         matrix.setFromTriplets(entries.begin(), entries.end());

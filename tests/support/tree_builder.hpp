@@ -37,6 +37,7 @@ class TreeBuilder {
         return amount(28, ticker + "," + date.c_str() + ",");
     }
     int number(double x) { return amount(27, text(x)); }
+    int constant(std::string const& name, double x) { return amount(30, name + "," + text(x)); }
     int reference(std::string const& name) { return amount(31, name); }
     int binary(Binary op, int left, int right) {
         return amount(op, text(left) + "," + text(right));
@@ -58,6 +59,15 @@ class TreeBuilder {
         return cashflow(1, text(event) + "," + text(then) + "," + text(otherwise) + "," +
                                text(left_spread) + "," + text(right_spread));
     }
+    /// At the date, the best of the flows for the holder (owner 1), the worst for the issuer's (0).
+    int choice(int owner, Toolbox::Date const& date, std::initializer_list<int> flows) {
+        std::string payload = text(owner) + "," + date.c_str();
+        for (int const flow : flows) payload += "," + text(flow);
+        return cashflow(2, payload);
+    }
+    /// Any amount or event by its code.
+    int amount_of(int code, std::string const& payload) { return amount(code, payload); }
+    int event_of(int code, std::string const& payload) { return event(code, payload); }
     int nothing() { return cashflow(6, "0"); }
 
     /// max(amount - strike, 0)

@@ -28,11 +28,12 @@ std::string read(std::string const& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-Outcome run_xim(std::string const& words) {
+/// `environment`: settings in front of the command.
+Outcome run_xim(std::string const& words, std::string const& environment = "") {
     std::string const base = ::testing::TempDir() + "xim_" +
                              ::testing::UnitTest::GetInstance()->current_test_info()->name();
-    std::string const command = std::string("cd " XIM_ROOT " && " XIM_PROGRAM " ") + words + " >" +
-                                base + ".out 2>" + base + ".err </dev/null";
+    std::string const command = "cd " XIM_ROOT " && " + environment + " " XIM_PROGRAM " " + words +
+                                " >" + base + ".out 2>" + base + ".err </dev/null";
     int const status = std::system(command.c_str());
     Outcome outcome{
         .status = WEXITSTATUS(status), .out = read(base + ".out"), .err = read(base + ".err")};
@@ -97,6 +98,71 @@ TEST(Xim, PricesOnAMarketFileWithoutALogin) {
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_THAT(outcome.out, HasSubstr("Cega   BETA / ALPHA"));
     EXPECT_THAT(outcome.err, IsEmpty());
+}
+
+TEST(Xim, PrintsALadderOverOneAxis) {
+    Outcome const outcome = run_xim("ladder examples/ladder_spot.json --trials 100");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("Prices in USD\n"));
+    EXPECT_THAT(outcome.out, HasSubstr("spot@^GSPC moved by, %"));
+    EXPECT_THAT(outcome.out, HasSubstr("(central)"));
+    EXPECT_THAT(outcome.out, HasSubstr("\n                     -30  "));
+    EXPECT_THAT(outcome.out, HasSubstr("Vega ^GSPC"));
+}
+
+TEST(Xim, PrintsALadderOverTwoAxes) {
+    Outcome const outcome = run_xim("ladder examples/ladder_spot_volatility.json --trials 100");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("Down: spot@^STOXX50E moved by, %\n"));
+    EXPECT_THAT(outcome.out, HasSubstr("Across: volatility@^STOXX50E plus, %\n"));
+    EXPECT_THAT(outcome.out, HasSubstr("\n  -40  "));
+}
+
+TEST(Xim, DrawsALadder) {
+    if (std::system("command -v gnuplot >/dev/null 2>&1") != 0) GTEST_SKIP() << "without gnuplot";
+    for (char const* name : {"ladder_spot", "ladder_spot_volatility"}) {
+        for (char const* type : {".svg", ".png"}) {
+            std::string const file = ::testing::TempDir() + "xim plot's " + name + type;
+            Outcome const outcome = run_xim(std::string("ladder examples/") + name +
+                                            ".json --trials 100 --plot \"" + file + '"');
+            EXPECT_EQ(outcome.status, 0) << outcome.err;
+            std::string const picture = read(file);
+            EXPECT_THAT(picture, HasSubstr(type == std::string(".svg") ? "</svg>" : "PNG"));
+            if (type == std::string(".svg")) {
+                EXPECT_THAT(picture, HasSubstr("Price"));
+                EXPECT_THAT(picture, HasSubstr("spot@^"));
+            }
+            std::remove(file.c_str());
+        }
+    }
+}
+
+TEST(Xim, SaysWhatIsMissingForAPlot) {
+    Outcome const outcome = run_xim(
+        "ladder examples/ladder_spot.json --trials 10 --plot /tmp/xim_never.svg", "PATH=/nowhere");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("gnuplot-nox"));
+    EXPECT_THAT(outcome.out, HasSubstr("Prices in USD")) << "the table comes all the same";
+}
+
+TEST(Xim, RefusesAPlotOfAnotherType) {
+    Outcome const outcome =
+        run_xim("ladder examples/ladder_spot.json --trials 10 --plot ladder.pdf");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.err, HasSubstr("ladder.pdf"));
+}
+
+TEST(Xim, FailsOnARequestWithoutALadder) {
+    Outcome const outcome = run_xim("ladder examples/european_call.json");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.err, HasSubstr("Ladder2D"));
+}
+
+TEST(Xim, SolvesForAFeature) {
+    Outcome const outcome = run_xim("solve examples/autocall_coupon.json --trials 1000");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr("Target price     100 EUR"));
+    EXPECT_THAT(outcome.out, HasSubstr("coupon   "));
 }
 
 TEST(Xim, ShowsWhereAScriptIsRejected) {

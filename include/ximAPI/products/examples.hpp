@@ -216,7 +216,8 @@ class XIM_EXPORT DoubleBarrierOptionExample final : public ICashFlow {
     std::string MaturityDate;
 };
 
-/// Pays the coupon if the spot is above the strike, else the coupon times spot / strike.
+/// Pays the coupon if the spot is above the strike, else the coupon times spot / strike. With a
+/// strike of 0 `build` answers false after "Reverse convertible without strike".
 class XIM_EXPORT ReverseConvertibleExample final : public ICashFlow {
  public:
     ReverseConvertibleExample();

@@ -40,7 +40,7 @@ struct XGreek {
 
 /// The answer of a pricing. Greeks that were not asked for are empty.
 struct PricingResults {
-    std::vector<NameValueResult> All;  ///< every named amount of the contract
+    std::vector<NameValueResult> All;  ///< the flat report: "PRICE", then every greek as "DELTA@ticker"
     PriceResult Price;                 ///< in JSON an array of one object
     std::vector<TickerValueResult> Delta;
     std::vector<TickerValueResult> Gamma;

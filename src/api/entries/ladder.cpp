@@ -14,8 +14,8 @@ namespace ximAPI {
 
 namespace {
 
-using ximCORE::Data::MarketDataShift;
 using Toolkit::PricingCase;
+using ximCORE::Data::MarketDataShift;
 
 constexpr std::size_t c_max_points = 100'000;
 
@@ -39,7 +39,8 @@ struct ContractFeature {
     static auto make_ladder() { return ximCORE::Pricing::get_contract_ladder(); }
     static void add(ximCORE::Pricing::ContractLadderResults& point,
                     LadderScenario const& scenario) {
-        point.shifts[scenario.Name] = make_shift(scenario);  // of two with one name, the last counts
+        point.shifts[scenario.Name] =
+            make_shift(scenario);  // of two with one name, the last counts
     }
 };
 
@@ -93,7 +94,9 @@ bool fill(PricingCase& what, Ladder1DResults& results) {
 
 template <class Target>
 bool fill(PricingCase& what, Ladder2DResults& results) {
-    auto& [rows, cols, data] = results.Plots;
+    auto& rows = results.Plots.Rows;
+    auto& cols = results.Plots.Cols;
+    auto& data = results.Plots.Data;
     rows = results.FirstBumpValues;
     cols = results.SecondBumpValues;
     std::size_t const nb_cols = cols.size();
@@ -109,9 +112,7 @@ bool fill(PricingCase& what, Ladder2DResults& results) {
             add({results.SecondBumpKind, results.SecondBumpUnit, cols[i % nb_cols],
                  results.SecondName});
         },
-        [&](std::size_t i) -> PricingResults& {
-            return data[i / nb_cols][i % nb_cols].Results;
-        });
+        [&](std::size_t i) -> PricingResults& { return data[i / nb_cols][i % nb_cols].Results; });
 }
 
 /// Runs a form inside the frame. A kind outside the enumeration answers false without one.

@@ -45,9 +45,12 @@ std::unique_ptr<PricingCase> make_pricing_case(Data& data, Contract const& contr
         return nullptr;
     }
     plug(data, contract, model, pricer);
+    if (!check_finite_difference_settings()) {
+        return nullptr;
+    }
     Date const date(contract.Date);
     auto result =
-        std::unique_ptr<PricingCase>(new PricingCase{{date, contract.PremiumCurrency}, nullptr});
+        std::make_unique<PricingCase>(PricingCase{{date, contract.PremiumCurrency}, nullptr});
     if (!set_contract(contract, result->contract)) {
         return nullptr;
     }
@@ -68,6 +71,10 @@ bool is_eligible(PricingCase& what) {
     auto const method = ximCORE::Pricing::PricerOptions::s_options.method;
     if (method == PricingMethod::MONTE_CARLO && what.model->safe_new_MC_helper() == nullptr) {
         return fail("Model uneligible for Monte Carlo");
+    }
+    if (method == PricingMethod::FINITE_DIFFERENCE &&
+        what.model->safe_new_PDE_helper() == nullptr) {
+        return fail("Model uneligible for finite difference");
     }
     return true;
 }

@@ -1,5 +1,6 @@
-// The nodes of the operators that give an amount: one base for each number of operands, one template that lifts an operator
-// (operators.hpp) to it. On a path the right operand comes first; the operator itself is inlined.
+// The nodes of the operators that give an amount: one base for each number of operands, one
+// template that lifts an operator (operators.hpp) to it. On a path the right operand comes first;
+// the operator itself is inlined.
 #pragma once
 
 #include "core/contract/calculation.hpp"
@@ -17,6 +18,7 @@ class AmountUnaryOperation : public Calculation<AmountUnaryOperation, Amount> {
         value = eval(x);
         return true;
     }
+    Toolbox::Grid eval(Modeling::PDEHelper* helper) override;
     void c_to_string(std::string& text, bool bracket) const override;
 
     auto children() { return std::tie(m_child); }
@@ -42,6 +44,7 @@ class AmountBinaryOperation : public Calculation<AmountBinaryOperation, Amount> 
         value = eval(left, right);
         return true;
     }
+    Toolbox::Grid eval(Modeling::PDEHelper* helper) override;
     void c_to_string(std::string& text, bool bracket) const override;
 
     auto children() { return std::tie(m_left, m_right); }
@@ -69,6 +72,7 @@ class AmountHybridOperation : public Calculation<AmountHybridOperation<side>, Am
         value = eval(x);
         return true;
     }
+    Toolbox::Grid eval(Modeling::PDEHelper* helper) override;
     void c_to_string(std::string& text, bool bracket) const override;
 
     auto children() { return std::tie(m_child); }
@@ -88,7 +92,8 @@ using RightAmountHybridOperation = AmountHybridOperation<Side::right>;
 template <class Op>
 class AmountUnaryNode final : public AmountUnaryOperation {
  public:
-    explicit AmountUnaryNode(Child<Amount> child) : AmountUnaryOperation(Operation(Op::type), std::move(child)) {}
+    explicit AmountUnaryNode(Child<Amount> child)
+        : AmountUnaryOperation(Operation(Op::type), std::move(child)) {}
 
     using AmountUnaryOperation::eval;
     double eval(double x) const override { return Op::value(x); }

@@ -8,7 +8,8 @@
 namespace ximCORE::Contract {
 
 /// What all operators share: they are known, and become constants, when all their operands are.
-/// `Self` offers `bool compute(Value&, read)`: the operator on its operands, if `read(child, value)` answers true for each.
+/// `Self` offers `bool compute(Value&, read)`: the operator on its operands, if `read(child,
+/// value)` answers true for each.
 template <class Self, class Family>
 class Calculation : public Composite<Self, Family> {
  public:
@@ -16,7 +17,8 @@ class Calculation : public Composite<Self, Family> {
     using Family::eval;
 
     [[nodiscard]] bool eval(Value& value, Data::Level level) override {
-        return self().compute(value, [level](auto& child, auto& out) { return child->eval(out, level); });
+        return self().compute(value,
+                              [level](auto& child, auto& out) { return child->eval(out, level); });
     }
     void reduce() override {
         this->each([](auto& child) {
@@ -39,7 +41,8 @@ class Calculation : public Composite<Self, Family> {
 
     void become_constant() {
         Value value{};
-        if (self().compute(value, [](auto& child, auto& out) { return child->c_is_deterministic(out); }))
+        if (self().compute(value,
+                           [](auto& child, auto& out) { return child->c_is_deterministic(out); }))
             this->replace_by(std::make_shared<typename Family::Constant>(value));
     }
 };

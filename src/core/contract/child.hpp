@@ -42,7 +42,9 @@ class Child {
         m_node = nodes[m_number];
         return true;
     }
-    [[nodiscard]] bool populate(NodeLists const& lists) { return link(lists) && m_node->populate(lists); }
+    [[nodiscard]] bool populate(NodeLists const& lists) {
+        return link(lists) && m_node->populate(lists);
+    }
 
     /// Hands out what the child and those below hold, and the place of an amount.
     [[nodiscard]] bool accumulate(Harvest& harvest) {

@@ -9,10 +9,12 @@
 #include "core/contract/gathering.hpp"
 #include "core/contract/moving.hpp"
 #include "core/data/level.hpp"
+#include "core/toolbox/pde/grid.hpp"
 
 namespace ximCORE::Modeling {
 class FixingGrid;
-}
+class PDEHelper;
+}  // namespace ximCORE::Modeling
 
 namespace ximCORE::Contract {
 
@@ -35,8 +37,8 @@ struct ChildNumbers {
     std::vector<std::uint64_t> cashflows;
 };
 
-/// What stands in place of a node, if anything: set by `reduce` and `move`, taken over by the parent. A copy of a node starts
-/// without.
+/// What stands in place of a node, if anything: set by `reduce` and `move`, taken over by the
+/// parent. A copy of a node starts without.
 template <class Node>
 class Replaceable {
  public:
@@ -53,29 +55,34 @@ class Replaceable {
     std::shared_ptr<Node> m_reduced;
 };
 
-/// Nodes are made with the numbers of their children; no operation but `populate` may run before it has succeeded.
+/// Nodes are made with the numbers of their children; no operation but `populate` may run before it
+/// has succeeded.
 class Component : public Gathering<Component> {
  public:
     virtual ~Component() = default;
 
     virtual void c_accumulate_numbers(ChildNumbers&) const {}
-    /// Wires the children by their numbers, and theirs. False when a number has no node or a node cannot be evaluated.
+    /// Wires the children by their numbers, and theirs. False when a number has no node or a node
+    /// cannot be evaluated.
     [[nodiscard]] virtual bool populate(NodeLists const&) { return true; }
 
-    /// Resolves names to market objects and asks for what the node will need of the market (nothing is reported yet).
-    /// `pricing`: the contract's currency, null for an observation. False while an object that was asked for is not known.
+    /// Resolves names to market objects and asks for what the node will need of the market (nothing
+    /// is reported yet). `pricing`: the contract's currency, null for an observation. False while
+    /// an object that was asked for is not known.
     [[nodiscard]] bool get_dependencies(Toolbox::Date const& date, Data::Currency const* pricing);
     /// Opens the cells of the grid that `eval` reads.
     void c_set_fixing_grid_internal(Modeling::FixingGrid& grid) const;
-    /// Hands out what the node and those below hold. False, after an ERROR record, when the walk cannot go on.
+    /// Hands out what the node and those below hold. False, after an ERROR record, when the walk
+    /// cannot go on.
     [[nodiscard]] virtual bool accumulate(Harvest&) { return true; }
 
     /// Replaces by a constant what is constant, below first.
     virtual void reduce() {}
-    /// Brings the node to `date`: fixings of the past become numbers. `known`: values of names so far; `fix`: the observation
-    /// is past. Throws `std::runtime_error` "Cannot find fixing", after an ERROR record, for a past fixing without a spot.
-    virtual void move(Toolbox::Date const& /*date*/, NamedValues::Map const& /*known*/, Intraday const&,
-                      FixingOverrides const&, bool /*fix*/) {}
+    /// Brings the node to `date`: fixings of the past become numbers. `known`: values of names so
+    /// far; `fix`: the observation is past. Throws `std::runtime_error` "Cannot find fixing", after
+    /// an ERROR record, for a past fixing without a spot.
+    virtual void move(Toolbox::Date const& /*date*/, NamedValues::Map const& /*known*/,
+                      Intraday const&, FixingOverrides const&, bool /*fix*/) {}
 
     /// The earliest fixing date below, ranks included; without one, false and `date` stays.
     [[nodiscard]] bool unsafe_get_constatation_date(Toolbox::Date& date) const;

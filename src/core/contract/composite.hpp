@@ -1,4 +1,5 @@
-// Nodes with children name them once, by `children()`; what is only passed on to them is written here.
+// Nodes with children name them once, by `children()`; what is only passed on to them is written
+// here.
 #pragma once
 
 #include <algorithm>
@@ -9,14 +10,15 @@
 
 namespace ximCORE::Contract {
 
-/// `Self` offers `auto children()` and `auto children() const`: a tuple of references to children or vectors of children, in the
-/// order of the walk (left before right, event before branches).
+/// `Self` offers `auto children()` and `auto children() const`: a tuple of references to children
+/// or vectors of children, in the order of the walk (left before right, event before branches).
 template <class Self, class Family>
 class Composite : public Family {
  public:
     void c_accumulate_numbers(ChildNumbers& out) const override {
         for_each(static_cast<Self const&>(*this), [&](auto const& child) {
-            list_of<typename std::remove_cvref_t<decltype(child)>::Family>(out).push_back(child.c_get_number());
+            list_of<typename std::remove_cvref_t<decltype(child)>::Family>(out).push_back(
+                child.c_get_number());
             return true;
         });
     }
@@ -32,7 +34,8 @@ class Composite : public Family {
 
     /// Visits children until one answers false, which is the answer.
     static bool for_each(auto& node, auto&& visit) {
-        return std::apply([&](auto&... child) { return (one(child, visit) && ...); }, node.children());
+        return std::apply([&](auto&... child) { return (one(child, visit) && ...); },
+                          node.children());
     }
     /// Visits all children.
     void each(auto&& visit) {

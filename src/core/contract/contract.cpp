@@ -26,8 +26,8 @@ bool has_doubles(std::vector<T*> pointers) {
     return std::ranges::adjacent_find(pointers) != pointers.end();
 }
 
-/// Whether a payment or a place of a named value hangs under several parents: purchases scale payments and moving fixes names
-/// differently for each parent.
+/// Whether a payment or a place of a named value hangs under several parents: purchases scale
+/// payments and moving fixes names differently for each parent.
 bool shares_state(CashFlow& root) {
     std::vector<PayReceive*> payments;
     root.accumulate_payments(payments);
@@ -40,9 +40,11 @@ bool shares_state(CashFlow& root) {
 
 }  // namespace
 
-Contract::Contract(Toolbox::Date const& date, std::string const& currency) : m_date(date), m_currency_name(currency) {}
+Contract::Contract(Toolbox::Date const& date, std::string const& currency)
+    : m_date(date), m_currency_name(currency) {}
 
-Contract::Contract(Toolbox::Date const& date, std::string const& currency, std::shared_ptr<CashFlow> const& root)
+Contract::Contract(Toolbox::Date const& date, std::string const& currency,
+                   std::shared_ptr<CashFlow> const& root)
     : Contract(date, currency) {
     if (set(root)) return;
     report_empty();
@@ -59,21 +61,27 @@ bool Contract::set(std::shared_ptr<CashFlow> const& root) {
     return true;
 }
 
-void Contract::clean() { m_root.reset(); }
+void Contract::clean() {
+    m_root.reset();
+}
 
 void Contract::take_over_root() {
     if (auto reduced = m_root->c_get_reducted()) m_root = std::move(reduced);
 }
 
 bool Contract::get_dependencies() {
-    if (!m_currency) m_currency = Data::MarketDataCache::s_get().get_currency(m_currency_name, Data::Level::silent);
+    if (!m_currency)
+        m_currency =
+            Data::MarketDataCache::s_get().get_currency(m_currency_name, Data::Level::silent);
     bool const is_complete = !m_root || m_root->get_dependencies(m_date, m_currency.get());
     return is_complete && m_currency->c_is_set();
 }
 
-bool Contract::move(Toolbox::Date const& date, FixingOverrides const& fixings, EventManager* manager) {
+bool Contract::move(Toolbox::Date const& date, FixingOverrides const& fixings,
+                    EventManager* manager) {
     if (!m_root) return report_empty();
-    if (!m_currency) std::ignore = get_dependencies();  // what stays unknown is reported where it is needed
+    if (!m_currency)
+        std::ignore = get_dependencies();  // what stays unknown is reported where it is needed
     NamedValues values;
     try {
         m_root->move(date, values, manager, s_intraday, false, fixings);

@@ -7,7 +7,8 @@
 
 namespace ximCORE::Contract {
 
-Either::Either(signed char ownership, Toolbox::Date const& date, std::vector<Child<CashFlow>> alternatives)
+Either::Either(signed char ownership, Toolbox::Date const& date,
+               std::vector<Child<CashFlow>> alternatives)
     : m_date(date), m_ownership(ownership), m_alternatives(std::move(alternatives)) {}
 
 void Either::reduce() {
@@ -19,7 +20,8 @@ void Either::reduce() {
 }
 
 void Either::reduce_alternatives() {
-    if (std::ranges::all_of(m_alternatives, [](auto const& alternative) { return alternative->c_is_nothing(); }))
+    if (std::ranges::all_of(m_alternatives,
+                            [](auto const& alternative) { return alternative->c_is_nothing(); }))
         replace_by(std::make_shared<Nothing>());
 }
 
@@ -78,8 +80,8 @@ void Either::c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t
     text += "})";
 }
 
-void Either::move(Toolbox::Date const& date, NamedValues& values, EventManager* manager, Intraday const& intraday,
-                  bool, FixingOverrides const& fixings) {
+void Either::move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
+                  Intraday const& intraday, bool, FixingOverrides const& fixings) {
     bool const is_open = date < m_date || (date == m_date && intraday.IntradayChoices);
     if (!is_open) {
         for (auto& alternative : m_alternatives) {

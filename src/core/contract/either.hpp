@@ -9,12 +9,14 @@ namespace ximCORE::Contract {
 class Either final : public Composite<Either, CashFlow> {
  public:
     /// `ownership` positive: the holder chooses.
-    Either(signed char ownership, Toolbox::Date const& date, std::vector<Child<CashFlow>> alternatives);
+    Either(signed char ownership, Toolbox::Date const& date,
+           std::vector<Child<CashFlow>> alternatives);
 
     Toolbox::Date const& c_get_choice_date() const { return m_date; }
     [[nodiscard]] bool c_get_choice_ownership() const { return m_ownership > 0; }
     std::vector<Child<CashFlow>> const& c_get_alternatives() const { return m_alternatives; }
-    /// Positions of the first and last node of each alternative, in the list of `accumulate_events`.
+    /// Positions of the first and last node of each alternative, in the list of
+    /// `accumulate_events`.
     std::vector<int> const& c_get_starts() const { return m_starts; }
     std::vector<int> const& c_get_ends() const { return m_ends; }
 
@@ -27,10 +29,11 @@ class Either final : public Composite<Either, CashFlow> {
     void eval(Modeling::FixingGrid&, Variables&, Toolbox::Array1D<double>&) override {}
     /// Whether all alternatives are known; `value` stays.
     [[nodiscard]] bool eval(double& value) override;
+    void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper, Toolbox::Grid& values) override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
-    void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager, Intraday const& intraday,
-              bool in_choice, FixingOverrides const& fixings) override;
+    void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
+              Intraday const& intraday, bool in_choice, FixingOverrides const& fixings) override;
     std::shared_ptr<CashFlow> clone() const override { return copy_tree(*this); }
 
     auto children() { return std::tie(m_alternatives); }

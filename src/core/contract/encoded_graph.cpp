@@ -13,8 +13,12 @@ namespace {
 
 constexpr std::uint64_t c_many = std::uint64_t{1} << 62;
 
-bool is_list(auto const&) { return false; }
-bool is_list(CashFlow const& cashflow) { return cashflow.c_get_shape() == CashFlow::Shape::list; }
+bool is_list(auto const&) {
+    return false;
+}
+bool is_list(CashFlow const& cashflow) {
+    return cashflow.c_get_shape() == CashFlow::Shape::list;
+}
 
 }  // namespace
 
@@ -38,13 +42,15 @@ void EncodedGraph::add(std::vector<std::shared_ptr<Node>> const& nodes) {
         m_is_list.push_back(node != nullptr && is_list(*node));
         ChildNumbers numbers;
         if (node) node->c_accumulate_numbers(numbers);
-        m_is_complete = m_is_complete && node && append(numbers.events, m_nb_amounts, m_nb_events) &&
+        m_is_complete = m_is_complete && node &&
+                        append(numbers.events, m_nb_amounts, m_nb_events) &&
                         append(numbers.amounts, 0, m_nb_amounts) &&
                         append(numbers.cashflows, m_first_cashflow, m_nb_cashflows);
     }
 }
 
-bool EncodedGraph::append(std::vector<std::uint64_t> const& numbers, std::uint64_t offset, std::uint64_t count) {
+bool EncodedGraph::append(std::vector<std::uint64_t> const& numbers, std::uint64_t offset,
+                          std::uint64_t count) {
     for (auto const number : numbers) {
         if (number >= count) return false;
         m_children.push_back(offset + number);

@@ -1,4 +1,5 @@
-// The encoded form of a contract as a graph of numbered nodes, checked before any recursion walks it.
+// The encoded form of a contract as a graph of numbered nodes, checked before any recursion walks
+// it.
 #pragma once
 
 #include <cstdint>
@@ -10,11 +11,13 @@ namespace ximCORE::Contract {
 
 /// What hangs below a node.
 struct Extent {
-    std::uint64_t depth{0};  ///< nodes on the longest way down, the members of a list joined by "&" as one level
+    std::uint64_t depth{
+        0};  ///< nodes on the longest way down, the members of a list joined by "&" as one level
     std::uint64_t nodes{1};  ///< a node with several parents counts once for each
 };
 
-/// Nodes of the three families under one numbering. Cost: linear in nodes and children; no recursion.
+/// Nodes of the three families under one numbering. Cost: linear in nodes and children; no
+/// recursion.
 class EncodedGraph {
  public:
     explicit EncodedGraph(NodeLists const& lists);
@@ -23,7 +26,9 @@ class EncodedGraph {
     [[nodiscard]] bool check();
     /// After a successful `check`. The counts stop growing at 2^62.
     Extent const& c_get_amount(std::uint64_t number) const { return m_extents[number]; }
-    Extent const& c_get_cashflow(std::uint64_t number) const { return m_extents[m_first_cashflow + number]; }
+    Extent const& c_get_cashflow(std::uint64_t number) const {
+        return m_extents[m_first_cashflow + number];
+    }
 
  private:
     enum class State : std::uint8_t { unseen, entered, left };
@@ -34,7 +39,8 @@ class EncodedGraph {
 
     template <class Node>
     void add(std::vector<std::shared_ptr<Node>> const& nodes);
-    [[nodiscard]] bool append(std::vector<std::uint64_t> const& numbers, std::uint64_t offset, std::uint64_t count);
+    [[nodiscard]] bool append(std::vector<std::uint64_t> const& numbers, std::uint64_t offset,
+                              std::uint64_t count);
     [[nodiscard]] bool walk(std::uint64_t from);
     void measure(std::uint64_t node);
 

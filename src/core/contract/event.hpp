@@ -7,11 +7,13 @@ namespace ximCORE::Contract {
 
 class DeterministicEvent;
 
-/// How smoothed events are weighed: from the current path, or with a null grid from what is known now.
+/// How smoothed events are weighed: from the current path, or with a null grid from what is known
+/// now.
 struct Weighing {
     Modeling::FixingGrid* grid;
     Variables* variables;
-    double lhs;  ///< widths of the ramp below and above the threshold, not below 0, in the unit of the amounts
+    double lhs;  ///< widths of the ramp below and above the threshold, not below 0, in the unit of
+                 ///< the amounts
     double rhs;
     int direction;
 };
@@ -22,6 +24,9 @@ struct Weights {
     double opposite{0.0};
 };
 
+struct GridWeighing;  // the same on a space grid, see grid_weights.hpp
+struct GridWeights;
+
 class Event : public Component, public Replaceable<Event> {
  public:
     using Value = bool;
@@ -29,23 +34,35 @@ class Event : public Component, public Replaceable<Event> {
 
     /// Whether it happens on the current path. Per trial: no allocation.
     virtual bool eval(Modeling::FixingGrid& grid, Variables& variables) = 0;
-    /// From what is known now. False, with `value` as it was, when it is not; `level` is that of the records.
+    /// From what is known now. False, with `value` as it was, when it is not; `level` is that of
+    /// the records.
     [[nodiscard]] virtual bool eval(bool& value, Data::Level level) = 0;
+    /// Whether it happens, 1 or 0, at each point of the space grid.
+    virtual Toolbox::IntGrid eval(Modeling::PDEHelper* helper) = 0;
     /// True for a constant node, with its value.
     [[nodiscard]] virtual bool c_is_deterministic(bool& /*value*/) const { return false; }
 
-    /// The weight in [0, 1] of the event on the current path: each comparison is a ramp from threshold - lhs to threshold + rhs.
-    /// `direction` 0: the whole ramp; 1: only the side where the event is nearer to true; -1: the other. Any other direction
-    /// raises `std::runtime_error` "Unknown error". Equality tests are exact. Per trial: no allocation.
-    double smooth_eval(Modeling::FixingGrid& grid, Variables& variables, double lhs, double rhs, int const& direction);
-    /// The same from what is known now, silently; false, with `weight` as it was, when it is not known.
+    /// The weight in [0, 1] of the event on the current path: each comparison is a ramp from
+    /// threshold - lhs to threshold + rhs. `direction` 0: the whole ramp; 1: only the side where
+    /// the event is nearer to true; -1: the other. Any other direction raises `std::runtime_error`
+    /// "Unknown error". Equality tests are exact. Per trial: no allocation.
+    double smooth_eval(Modeling::FixingGrid& grid, Variables& variables, double lhs, double rhs,
+                       int const& direction);
+    /// The same from what is known now, silently; false, with `weight` as it was, when it is not
+    /// known.
     [[nodiscard]] bool smooth_eval(double lhs, double rhs, double& weight, int const& direction);
-    /// Both at once: each amount below is evaluated one time. False when not known; on a path always true.
+    /// The same at each point of the space grid, with the widths and the direction of that point.
+    Toolbox::Grid smooth_eval(Modeling::PDEHelper* helper, Toolbox::Grid const& lhs, Toolbox::Grid const& rhs,
+                              Toolbox::IntGrid const& direction);
+    /// Both at once: each amount below is evaluated one time. False when not known; on a path
+    /// always true.
     [[nodiscard]] virtual bool weigh(Weighing const& weighing, Weights& weights) = 0;
+    virtual void weigh(GridWeighing const& weighing, GridWeights& weights) = 0;
 
     /// Appends the text. Throws `std::runtime_error` "Unknown error" for a square root below.
     virtual void c_to_string(std::string& text) const = 0;
-    /// Appends the text in lines of at most `width` columns, where a blank behind a closing parenthesis allows it.
+    /// Appends the text in lines of at most `width` columns, where a blank behind a closing
+    /// parenthesis allows it.
     void c_write(std::string& text, std::uint64_t width = UINT64_MAX) const;
 
     /// A deep copy, as `Amount::clone`.

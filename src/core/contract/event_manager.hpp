@@ -17,7 +17,8 @@ class RefAmountSetter;
 class EventManager {
  public:
     virtual ~EventManager() = default;
-    /// `value`: the amount paid, before sign, quantity and conversion, in the currency of the payment.
+    /// `value`: the amount paid, before sign, quantity and conversion, in the currency of the
+    /// payment.
     virtual void add_PayReceive(PayReceive const* payment, double const* value) = 0;
     virtual void add_End(Nothing const* end) = 0;
     /// `truth`: whether the event happened.

@@ -53,7 +53,8 @@ bool EventBinaryOperation::weigh(Weighing const& weighing, Weights& weights) {
 
 void EventBinaryOperation::append_side(std::string& text, Event const& side) const {
     auto const* inner = dynamic_cast<EventBinaryOperation const*>(&side);
-    bool const in_parentheses = inner && inner->m_operation.c_get_type() != m_operation.c_get_type();
+    bool const in_parentheses =
+        inner && inner->m_operation.c_get_type() != m_operation.c_get_type();
     if (in_parentheses) text += '(';
     side.c_to_string(text);
     if (in_parentheses) text += ')';
@@ -72,7 +73,8 @@ bool EventAmountBinaryOperation::weigh(Weighing const& weighing, Weights& weight
     double right{};
     if (!read(*m_right, weighing, right) || !read(*m_left, weighing, left)) return false;
     auto const& [grid, variables, lhs, rhs, direction] = weighing;
-    weights = {c_smooth_eval(left, right, lhs, rhs, direction), c_smooth_eval(left, right, lhs, rhs, -direction)};
+    weights = {c_smooth_eval(left, right, lhs, rhs, direction),
+               c_smooth_eval(left, right, lhs, rhs, -direction)};
     return true;
 }
 

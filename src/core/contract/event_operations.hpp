@@ -1,5 +1,6 @@
-// The nodes of the operators that give an event: one base for each number and family of operands, one template that lifts an
-// operator (operators.hpp) to it. On a path the right operand comes first; the operator itself is inlined.
+// The nodes of the operators that give an event: one base for each number and family of operands,
+// one template that lifts an operator (operators.hpp) to it. On a path the right operand comes
+// first; the operator itself is inlined.
 #pragma once
 
 #include "core/contract/calculation.hpp"
@@ -19,20 +20,23 @@ class EventUnaryOperation : public Calculation<EventUnaryOperation, Event> {
     }
     /// 1 less the operand.
     [[nodiscard]] bool weigh(Weighing const& weighing, Weights& weights) override;
+    Toolbox::IntGrid eval(Modeling::PDEHelper* helper) override;
+    void weigh(GridWeighing const& weighing, GridWeights& weights) override;
     void c_to_string(std::string& text) const override;
 
     auto children() { return std::tie(m_child); }
     auto children() const { return std::tie(m_child); }
 
  protected:
-    EventUnaryOperation(Operation operation, Child<Event> child) : m_child(std::move(child)), m_operation(operation) {}
+    EventUnaryOperation(Operation operation, Child<Event> child)
+        : m_child(std::move(child)), m_operation(operation) {}
 
     Child<Event> m_child;
     Operation m_operation;
 };
 
-/// With p and q the weights of the sides, "and" is p q. "Or" is p + q - p q, whose product takes the weights of the opposite
-/// direction.
+/// With p and q the weights of the sides, "and" is p q. "Or" is p + q - p q, whose product takes
+/// the weights of the opposite direction.
 class EventBinaryOperation : public Calculation<EventBinaryOperation, Event> {
  public:
     using Calculation::eval;
@@ -46,6 +50,8 @@ class EventBinaryOperation : public Calculation<EventBinaryOperation, Event> {
         return true;
     }
     [[nodiscard]] bool weigh(Weighing const& weighing, Weights& weights) override;
+    Toolbox::IntGrid eval(Modeling::PDEHelper* helper) override;
+    void weigh(GridWeighing const& weighing, GridWeights& weights) override;
     void c_to_string(std::string& text) const override;
 
     auto children() { return std::tie(m_left, m_right); }
@@ -69,7 +75,8 @@ class EventAmountBinaryOperation : public Calculation<EventAmountBinaryOperation
     using Calculation::eval;
     virtual bool eval(double left, double right) const = 0;
     /// The weight for two values, as `Event::smooth_eval`.
-    virtual double c_smooth_eval(double left, double right, double lhs, double rhs, int direction) const = 0;
+    virtual double c_smooth_eval(double left, double right, double lhs, double rhs,
+                                 int direction) const = 0;
 
     bool compute(bool& value, auto&& read) {
         double left{};
@@ -79,6 +86,8 @@ class EventAmountBinaryOperation : public Calculation<EventAmountBinaryOperation
         return true;
     }
     [[nodiscard]] bool weigh(Weighing const& weighing, Weights& weights) override;
+    Toolbox::IntGrid eval(Modeling::PDEHelper* helper) override;
+    void weigh(GridWeighing const& weighing, GridWeights& weights) override;
     void c_to_string(std::string& text) const override;
 
     auto children() { return std::tie(m_left, m_right); }
@@ -109,6 +118,8 @@ class EventAmountHybridOperation : public Calculation<EventAmountHybridOperation
         return true;
     }
     [[nodiscard]] bool weigh(Weighing const& weighing, Weights& weights) override;
+    Toolbox::IntGrid eval(Modeling::PDEHelper* helper) override;
+    void weigh(GridWeighing const& weighing, GridWeights& weights) override;
     void c_to_string(std::string& text) const override;
 
     auto children() { return std::tie(m_child); }
@@ -128,7 +139,8 @@ using RightEventAmountHybridOperation = EventAmountHybridOperation<Side::right>;
 template <class Op>
 class EventUnaryNode final : public EventUnaryOperation {
  public:
-    explicit EventUnaryNode(Child<Event> child) : EventUnaryOperation(Operation(Op::type), std::move(child)) {}
+    explicit EventUnaryNode(Child<Event> child)
+        : EventUnaryOperation(Operation(Op::type), std::move(child)) {}
 
     using EventUnaryOperation::eval;
     bool eval(bool x) const override { return Op::value(x); }
@@ -167,7 +179,8 @@ class EventAmountBinaryNode final : public EventAmountBinaryOperation {
         double const left = value_on_path(*m_left, grid, variables);
         return Op::value(left, right);
     }
-    double c_smooth_eval(double left, double right, double lhs, double rhs, int direction) const override {
+    double c_smooth_eval(double left, double right, double lhs, double rhs,
+                         int direction) const override {
         if constexpr (Op::slope == 0)
             return Op::value(left, right) ? 1.0 : 0.0;
         else

@@ -14,9 +14,11 @@ using Data::Level;
 using Data::MarketDataCache;
 using Data::Underlying;
 
-/// Underlyings exist once for each ticker, but a source can give a pair its ticker after it was made under its currencies.
+/// Underlyings exist once for each ticker, but a source can give a pair its ticker after it was
+/// made under its currencies.
 bool is_same(Underlying const& a, Underlying const& b) {
-    return &a == &b || (a.c_has_ticker(Level::silent) && b.c_has_ticker(Level::silent) && a.c_cmp(b) == 0);
+    return &a == &b ||
+           (a.c_has_ticker(Level::silent) && b.c_has_ticker(Level::silent) && a.c_cmp(b) == 0);
 }
 
 bool hand_out_underlying(Underlying& underlying, Harvest& harvest) {
@@ -37,7 +39,8 @@ bool is_set(Underlying const& underlying) {
 
 }  // namespace
 
-Fixing::Fixing(Toolbox::Date const& date, std::string underlying, std::string currency, Toolbox::DateShift shift)
+Fixing::Fixing(Toolbox::Date const& date, std::string underlying, std::string currency,
+               Toolbox::DateShift shift)
     : Amount(Shape::fixing),
       m_date(date),
       m_underlying_name(std::move(underlying)),
@@ -55,15 +58,19 @@ Fixing::Fixing(Toolbox::Date const& date, std::shared_ptr<Data::Underlying> unde
 int Fixing::c_cmp(Fixing const& other) const {
     if (int const dates = m_date.c_cmp(other.m_date); dates != 0) return dates;
     if (m_underlying && other.m_underlying) {
-        if (int const underlyings = m_underlying->c_cmp(*other.m_underlying); underlyings != 0) return underlyings;
+        if (int const underlyings = m_underlying->c_cmp(*other.m_underlying); underlyings != 0)
+            return underlyings;
     } else if (int const names = m_underlying_name.compare(other.m_underlying_name); names != 0) {
         return names < 0 ? -1 : 1;
     }
-    int const currencies = m_currency_name.compare(other.m_currency_name);  // an empty one comes first
+    int const currencies =
+        m_currency_name.compare(other.m_currency_name);  // an empty one comes first
     return (currencies > 0) - (currencies < 0);
 }
 
-bool Fixing::c_get_value(double& value) const { return c_eval_known(value, Level::error); }
+bool Fixing::c_get_value(double& value) const {
+    return c_eval_known(value, Level::error);
+}
 
 bool Fixing::resolve(Toolbox::Date const& date, Data::Currency const* pricing) {
     auto& cache = MarketDataCache::s_get();
@@ -101,7 +108,8 @@ bool Fixing::resolve_conversion(Data::Currency const* pricing) {
 
 void Fixing::find_equity_like() {
     if (m_equity_like == nullptr && m_underlying)
-        m_equity_like = dynamic_cast<Data::EquityLikeUnderlying const*>(m_underlying->c_get_impl().get());
+        m_equity_like =
+            dynamic_cast<Data::EquityLikeUnderlying const*>(m_underlying->c_get_impl().get());
 }
 
 void Fixing::c_open(Modeling::FixingGrid& grid) const {
@@ -114,10 +122,13 @@ double Fixing::eval_underlying(Modeling::FixingGrid& grid) {
     return m_underlying ? m_underlying->eval(m_date, grid) : 0.0;
 }
 
-bool Fixing::eval(double& value, Level level) { return c_eval_known(value, level); }
+bool Fixing::eval(double& value, Level level) {
+    return c_eval_known(value, level);
+}
 
 bool Fixing::c_eval_known(double& value, Level level) const {
-    if (!m_underlying) return Data::missing_text(level, "Cannot find underlying ", m_underlying_name);
+    if (!m_underlying)
+        return Data::missing_text(level, "Cannot find underlying ", m_underlying_name);
     double spot{};
     double rate{1.0};
     if (!m_underlying->eval(m_date, spot, level)) return false;
@@ -131,8 +142,8 @@ bool Fixing::accumulate(Harvest& harvest) {
     hand_out(harvest.fixing_dates, &m_date);
     hand_out(harvest.pillar_dates, &m_date);
     if (!m_underlying)
-        return Data::missing_text(harvest.everything ? Level::error : Level::silent, "Cannot find underlying ",
-                                  m_underlying_name) ||
+        return Data::missing_text(harvest.everything ? Level::error : Level::silent,
+                                  "Cannot find underlying ", m_underlying_name) ||
                harvest.everything == nullptr;
     return hand_out_underlying(*m_underlying, harvest) &&
            (!m_conversion || hand_out_underlying(*m_conversion, harvest));
@@ -152,7 +163,8 @@ void Fixing::move(Toolbox::Date const& date, NamedValues::Map const&, Intraday c
 
 double const* Fixing::c_find_override(FixingOverrides const& fixings) const {
     for (auto const& [date, underlying, value] : fixings)
-        if (date == m_date && underlying && m_underlying && is_same(*underlying, *m_underlying)) return &value;
+        if (date == m_date && underlying && m_underlying && is_same(*underlying, *m_underlying))
+            return &value;
     return nullptr;
 }
 
@@ -162,6 +174,8 @@ void Fixing::c_to_string(std::string& text, bool) const {
     text += ')';
 }
 
-std::shared_ptr<Amount> Fixing::clone() const { return std::make_shared<Fixing>(*this); }
+std::shared_ptr<Amount> Fixing::clone() const {
+    return std::make_shared<Fixing>(*this);
+}
 
 }  // namespace ximCORE::Contract

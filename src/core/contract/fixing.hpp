@@ -1,4 +1,5 @@
-// The level of an underlying on a date, in the underlying's currency or converted into the fixing's own.
+// The level of an underlying on a date, in the underlying's currency or converted into the fixing's
+// own.
 #pragma once
 
 #include "core/contract/amount.hpp"
@@ -12,7 +13,8 @@ namespace ximCORE::Contract {
 class Fixing final : public Amount {
  public:
     /// By names, which `get_dependencies` resolves. An empty currency leaves the underlying's.
-    Fixing(Toolbox::Date const& date, std::string underlying, std::string currency, Toolbox::DateShift shift);
+    Fixing(Toolbox::Date const& date, std::string underlying, std::string currency,
+           Toolbox::DateShift shift);
     /// Of a known underlying, in its currency.
     Fixing(Toolbox::Date const& date, std::shared_ptr<Data::Underlying> underlying);
 
@@ -33,19 +35,23 @@ class Fixing final : public Amount {
     /// By date, then underlying, then currency: one without currency comes first. -1, 0 or 1.
     int c_cmp(Fixing const& other) const;
 
-    /// The stored spot of the fixing date times that of the conversion. False, after an ERROR record, without one.
+    /// The stored spot of the fixing date times that of the conversion. False, after an ERROR
+    /// record, without one.
     [[nodiscard]] bool c_get_value(double& value) const;
 
-    /// See `Component::get_dependencies`. A fixing that the contract's date has reached asks for its spots too.
+    /// See `Component::get_dependencies`. A fixing that the contract's date has reached asks for
+    /// its spots too.
     [[nodiscard]] bool resolve(Toolbox::Date const& date, Data::Currency const* pricing);
     /// Opens the cells that `eval` reads.
     void c_open(Modeling::FixingGrid& grid) const;
 
     double eval(Modeling::FixingGrid& grid, Variables&) override {
-        double const level = m_equity_like ? grid.get_equity_like(m_date, *m_equity_like).value : eval_underlying(grid);
+        double const level = m_equity_like ? grid.get_equity_like(m_date, *m_equity_like).value
+                                           : eval_underlying(grid);
         return m_conversion ? level * m_conversion->eval(m_date, grid) : level;
     }
     [[nodiscard]] bool eval(double& value, Data::Level level) override;
+    Toolbox::Grid eval(Modeling::PDEHelper* helper) override;
     [[nodiscard]] bool accumulate(Harvest& harvest) override;
     void move(Toolbox::Date const& date, NamedValues::Map const& known, Intraday const& intraday,
               FixingOverrides const& fixings, bool fix) override;
@@ -60,7 +66,8 @@ class Fixing final : public Amount {
     double const* c_find_override(FixingOverrides const& fixings) const;
 
     Toolbox::Date m_date;
-    Data::EquityLikeUnderlying const* m_equity_like{nullptr};  ///< the underlying's impl, when it has a cell of its own
+    Data::EquityLikeUnderlying const* m_equity_like{
+        nullptr};  ///< the underlying's impl, when it has a cell of its own
     std::shared_ptr<Data::Underlying> m_conversion;
     std::shared_ptr<Data::Underlying> m_underlying;
     mutable short m_rank{-1};
@@ -72,7 +79,8 @@ class Fixing final : public Amount {
 
 /// The value of an amount on the current path; leaves are reached without a virtual call.
 inline double value_on_path(Amount& amount, Modeling::FixingGrid& grid, Variables& variables) {
-    if (amount.c_get_shape() == Amount::Shape::fixing) return static_cast<Fixing&>(amount).eval(grid, variables);
+    if (amount.c_get_shape() == Amount::Shape::fixing)
+        return static_cast<Fixing&>(amount).eval(grid, variables);
     if (amount.c_get_shape() == Amount::Shape::constant)
         return static_cast<DeterministicAmount&>(amount).c_get_value();
     return amount.eval(grid, variables);

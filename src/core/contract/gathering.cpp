@@ -23,7 +23,8 @@ bool Gathering<Node>::accumulate_all(ContractInformation& information) {
 
 template <class Node>
 void Gathering<Node>::walk(Harvest& harvest) {
-    std::ignore = static_cast<Node&>(*this).accumulate(harvest);  // only a walk for everything can fail
+    std::ignore =
+        static_cast<Node&>(*this).accumulate(harvest);  // only a walk for everything can fail
 }
 
 template <class Node>
@@ -48,7 +49,8 @@ void Gathering<Node>::scan_currencies(std::vector<Data::Currency*>& out, bool ac
 }
 
 template <class Node>
-void Gathering<Node>::scan_equity_like_underlyings(std::vector<Data::Underlying*>& out, bool accumulate) {
+void Gathering<Node>::scan_equity_like_underlyings(std::vector<Data::Underlying*>& out,
+                                                   bool accumulate) {
     if (accumulate) accumulate_equity_like_underlyings(out);
     sort_equity_like_underlyings(out);
 }

@@ -1,5 +1,6 @@
-// What one walk of a tree hands out: each list that is given takes the things of its kind, in the order of the walk (left before
-// right, event before branches). What is done to every payment, date or name of a contract is done on such a list.
+// What one walk of a tree hands out: each list that is given takes the things of its kind, in the
+// order of the walk (left before right, event before branches). What is done to every payment, date
+// or name of a contract is done on such a list.
 #pragma once
 
 #include <cstddef>
@@ -24,17 +25,18 @@ struct NamedSlot {
     short* rank;
 };
 
-/// Where a node holds one of its amounts. A walk lists an amount before those below it, and `end` is the position behind the
-/// last of these.
+/// Where a node holds one of its amounts. A walk lists an amount before those below it, and `end`
+/// is the position behind the last of these.
 struct AmountPlace {
     std::shared_ptr<Amount>* amount;
     std::size_t end;
 };
 
-/// Null lists are left out. Everything handed out belongs to the tree or the market data cache; a node with several parents
-/// is handed out once for each.
+/// Null lists are left out. Everything handed out belongs to the tree or the market data cache; a
+/// node with several parents is handed out once for each.
 struct Harvest {
-    /// Set: market objects add what they need to it, and one that lacks its currency ends the walk with false.
+    /// Set: market objects add what they need to it, and one that lacks its currency ends the walk
+    /// with false.
     ContractInformation* everything{nullptr};
 
     std::vector<Data::Currency*>* currencies{nullptr};

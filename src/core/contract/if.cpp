@@ -17,26 +17,33 @@ namespace {
 using Pricing::SmoothingType;
 using Toolbox::Math;
 
-SmoothingType smoothing_type() { return Pricing::PricerOptions::s_options.smoothing; }
+SmoothingType smoothing_type() {
+    return Pricing::PricerOptions::s_options.smoothing;
+}
 
-/// The direction of the ramp for a gap between the branches: -sgn, 0 or +sgn for LOWER, SYMETRIC, UPPER.
-/// Relied on: a gap of 0 counts as positive.
+/// The direction of the ramp for a gap between the branches: -sgn, 0 or +sgn for LOWER, SYMETRIC,
+/// UPPER. Relied on: a gap of 0 counts as positive.
 int ramp_direction(double gap, SmoothingType type) {
     return Math::sgn(gap) * (static_cast<int>(type) - static_cast<int>(SmoothingType::SYMETRIC));
 }
 
 /// Out of line, so that the recursion over nested conditions carries no date.
-[[gnu::noinline]] bool is_past(Component const& observed, Toolbox::Date const& date, Intraday const& intraday) {
+[[gnu::noinline]] bool is_past(Component const& observed, Toolbox::Date const& date,
+                               Intraday const& intraday) {
     Toolbox::Date constatation(date);
-    std::ignore = observed.unsafe_get_constatation_date(constatation);  // without a fixing: the date itself
+    std::ignore =
+        observed.unsafe_get_constatation_date(constatation);  // without a fixing: the date itself
     return date > constatation || (date == constatation && !intraday.IntradayFixings);
 }
 
-std::string percent(double spread) { return to_string_wtz(Math::get_percentage(spread)) + '%'; }
+std::string percent(double spread) {
+    return to_string_wtz(Math::get_percentage(spread)) + '%';
+}
 
 }  // namespace
 
-If::If(Child<Event> event, Child<CashFlow> then, Child<CashFlow> otherwise, double spread_lhs, double spread_rhs)
+If::If(Child<Event> event, Child<CashFlow> then, Child<CashFlow> otherwise, double spread_lhs,
+       double spread_rhs)
     : m_event(std::move(event)),
       m_then(std::move(then)),
       m_else(std::move(otherwise)),
@@ -107,27 +114,31 @@ void If::eval(Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D
         choose(m_event->eval(grid, variables)).eval(grid, variables, flows);
 }
 
-void If::eval_smoothed(Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>& flows) {
+void If::eval_smoothed(Modeling::FixingGrid& grid, Variables& variables,
+                       Toolbox::Array1D<double>& flows) {
     m_then_variables = variables;
     m_else_variables = variables;
     m_then->eval(grid, m_then_variables, m_then_flows);
     m_else->eval(grid, m_else_variables, m_else_flows);
     int const direction = ramp_direction(1.0, smoothing_type());
     Weights weights;  // for a positive gap, and for a negative one
-    std::ignore = m_event->weigh({&grid, &variables, m_spread_lhs, m_spread_rhs, direction}, weights);
+    std::ignore =
+        m_event->weigh({&grid, &variables, m_spread_lhs, m_spread_rhs, direction}, weights);
     mix(flows, weights);
 }
 
 /// e + p (t - e) in each slot, and the working slots back to 0.
 void If::mix(Toolbox::Array1D<double>& flows, Weights const& weights) {
     std::uint64_t const size = flows.c_get_size();
-    if (m_then_flows.c_get_size() < size || m_else_flows.c_get_size() < size) Toolbox::raise_segmentation_fault();
+    if (m_then_flows.c_get_size() < size || m_else_flows.c_get_size() < size)
+        Toolbox::raise_segmentation_fault();
     double* __restrict const flow = flows.begin();
     double* __restrict const then = m_then_flows.begin();
     double* __restrict const otherwise = m_else_flows.begin();
     if (std::isnan(weights.towards + weights.opposite)) {  // counts only where there is a gap
         for (std::uint64_t i = 0; i < size; ++i)
-            flow[i] += then[i] == otherwise[i] ? otherwise[i] : std::numeric_limits<double>::quiet_NaN();
+            flow[i] +=
+                then[i] == otherwise[i] ? otherwise[i] : std::numeric_limits<double>::quiet_NaN();
     } else {
         double const rising = weights.towards;
         double const falling = weights.opposite;
@@ -143,7 +154,8 @@ void If::mix(Toolbox::Array1D<double>& flows, Weights const& weights) {
 }
 
 bool If::eval(double& value) {
-    if (m_with_spread && smoothing_type() != SmoothingType::NONE && eval_smoothed(value)) return true;
+    if (m_with_spread && smoothing_type() != SmoothingType::NONE && eval_smoothed(value))
+        return true;
     bool truth{};
     if (!m_event->eval(truth, Data::Level::error)) return false;
     double chosen{1.0};
@@ -172,7 +184,8 @@ void If::c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t con
     m_event->c_to_string(event);
     text += "If(";
     append_lines(text, event, indent + step, width);
-    if (m_with_spread) text.append(", ").append(percent(m_spread_lhs)).append(", ").append(percent(m_spread_rhs));
+    if (m_with_spread)
+        text.append(", ").append(percent(m_spread_lhs)).append(", ").append(percent(m_spread_rhs));
     text += ") (";
     indent += step;
     start_line(text, indent, width);
@@ -185,8 +198,8 @@ void If::c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t con
     text += ')';
 }
 
-void If::move(Toolbox::Date const& date, NamedValues& values, EventManager* manager, Intraday const& intraday,
-              bool in_choice, FixingOverrides const& fixings) {
+void If::move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
+              Intraday const& intraday, bool in_choice, FixingOverrides const& fixings) {
     m_event->move(date, values.c_get_known(), intraday, fixings, is_past(*m_event, date, intraday));
     m_event.adopt();
     bool truth{};

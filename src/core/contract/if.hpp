@@ -6,13 +6,15 @@
 
 namespace ximCORE::Contract {
 
-/// Pays one branch or the other. With spreads and a smoothing type other than NONE, each payment slot mixes both branches,
-/// e + p (t - e), where p is the smoothed event (`Event::smooth_eval`) with the direction sgn(t - e) (type - 2): LOWER puts the
-/// ramp where the flow is the smaller for it, UPPER where it is the larger, SYMETRIC on both sides of the threshold.
+/// Pays one branch or the other. With spreads and a smoothing type other than NONE, each payment
+/// slot mixes both branches, e + p (t - e), where p is the smoothed event (`Event::smooth_eval`)
+/// with the direction sgn(t - e) (type - 2): LOWER puts the ramp where the flow is the smaller for
+/// it, UPPER where it is the larger, SYMETRIC on both sides of the threshold.
 class If final : public Composite<If, CashFlow> {
  public:
     /// Spreads not below 0, in the unit of the amounts that the event compares.
-    If(Child<Event> event, Child<CashFlow> then, Child<CashFlow> otherwise, double spread_lhs, double spread_rhs);
+    If(Child<Event> event, Child<CashFlow> then, Child<CashFlow> otherwise, double spread_lhs,
+       double spread_rhs);
 
     Event& c_get_event() const { return *m_event; }
     CashFlow& c_get_then() const { return *m_then; }
@@ -38,13 +40,16 @@ class If final : public Composite<If, CashFlow> {
     void accumulate_cashflows_internal(std::vector<std::shared_ptr<CashFlow>*>& out) override;
     Toolbox::Date c_get_maturity_date(Toolbox::Date const& fallback) const override;
     /// Relied on: what a smoothed branch sets under a name is not seen outside the branch.
-    void eval(Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>& flows) override;
+    void eval(Modeling::FixingGrid& grid, Variables& variables,
+              Toolbox::Array1D<double>& flows) override;
     /// Here the widths of the smoothing are scaled by the size of the gap between the branches.
     [[nodiscard]] bool eval(double& value) override;
+    void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper,
+                           Toolbox::Grid& values) override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
-    void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager, Intraday const& intraday,
-              bool in_choice, FixingOverrides const& fixings) override;
+    void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
+              Intraday const& intraday, bool in_choice, FixingOverrides const& fixings) override;
     std::shared_ptr<CashFlow> clone() const override { return copy_tree(*this); }
 
     auto children() { return std::tie(m_event, m_then, m_else); }
@@ -53,9 +58,12 @@ class If final : public Composite<If, CashFlow> {
  private:
     CashFlow& choose(bool truth) const { return truth ? *m_then : *m_else; }
     void reduce_branches();
-    void eval_smoothed(Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>& flows);
+    void eval_smoothed(Modeling::FixingGrid& grid, Variables& variables,
+                       Toolbox::Array1D<double>& flows);
     void mix(Toolbox::Array1D<double>& flows, Weights const& weights);
     [[nodiscard]] bool eval_smoothed(double& value);
+    /// From the values of the second branch on the space grid to those of both.
+    void mix(Toolbox::Grid const& then, Modeling::PDEHelper* helper, Toolbox::Grid& values);
 
     Child<Event> m_event;
     Child<CashFlow> m_then;

@@ -39,7 +39,8 @@ void Iff::choose() {
     double otherwise{};
     if (m_event->c_is_deterministic(truth))
         replace_by(truth ? m_then.c_get() : m_else.c_get());
-    else if (m_then->c_is_deterministic(then) && m_else->c_is_deterministic(otherwise) && then == otherwise)
+    else if (m_then->c_is_deterministic(then) && m_else->c_is_deterministic(otherwise) &&
+             then == otherwise)
         replace_by(m_then.c_get());
 }
 

@@ -12,6 +12,7 @@ class Iff final : public Composite<Iff, Amount> {
 
     double eval(Modeling::FixingGrid& grid, Variables& variables) override;
     [[nodiscard]] bool eval(double& value, Data::Level level) override;
+    Toolbox::Grid eval(Modeling::PDEHelper* helper) override;
     void reduce() override;
     void move(Toolbox::Date const& date, NamedValues::Map const& known, Intraday const& intraday,
               FixingOverrides const& fixings, bool fix) override;

@@ -1,5 +1,6 @@
-// What a contract depends on, gathered from its tree in one walk: the index space of every table of a pricing.
-// Header only and free of includes of other layers, so that market data can add to it too.
+// What a contract depends on, gathered from its tree in one walk: the index space of every table of
+// a pricing. Header only and free of includes of other layers, so that market data can add to it
+// too.
 #pragma once
 
 #include <vector>
@@ -14,9 +15,10 @@ class Underlying;
 
 namespace ximCORE::Contract {
 
-/// The distinct dates and market objects of a contract, each list sorted ascending once `CashFlow::scan_all` has run.
-/// The position of an element is its rank in that role. Nothing is owned: dates belong to the nodes of the tree (ranks set on
-/// them are read there by `eval`), currencies and underlyings to the market data cache.
+/// The distinct dates and market objects of a contract, each list sorted ascending once
+/// `CashFlow::scan_all` has run. The position of an element is its rank in that role. Nothing is
+/// owned: dates belong to the nodes of the tree (ranks set on them are read there by `eval`),
+/// currencies and underlyings to the market data cache.
 struct ContractInformation {
     std::vector<Data::Currency*> currencies;
     std::vector<Data::Underlying*> equity_like_underlyings;

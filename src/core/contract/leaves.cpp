@@ -4,20 +4,26 @@
 
 namespace ximCORE::Contract {
 
-bool DeterministicAmount::eval(double& value, Data::Level) { return c_is_deterministic(value); }
+bool DeterministicAmount::eval(double& value, Data::Level) {
+    return c_is_deterministic(value);
+}
 
 bool DeterministicAmount::c_is_deterministic(double& value) const {
     value = m_value;
     return true;
 }
 
-void DeterministicAmount::c_to_string(std::string& text, bool) const { text += to_string_wtz(m_value); }
+void DeterministicAmount::c_to_string(std::string& text, bool) const {
+    text += to_string_wtz(m_value);
+}
 
 std::shared_ptr<Amount> DeterministicAmount::clone() const {
     return std::make_shared<DeterministicAmount>(*this);
 }
 
-bool DeterministicEvent::eval(bool& value, Data::Level) { return c_is_deterministic(value); }
+bool DeterministicEvent::eval(bool& value, Data::Level) {
+    return c_is_deterministic(value);
+}
 
 bool DeterministicEvent::c_is_deterministic(bool& value) const {
     value = m_value;
@@ -29,9 +35,13 @@ bool DeterministicEvent::weigh(Weighing const&, Weights& weights) {
     return true;
 }
 
-void DeterministicEvent::c_to_string(std::string& text) const { text += m_value ? "true" : "false"; }
+void DeterministicEvent::c_to_string(std::string& text) const {
+    text += m_value ? "true" : "false";
+}
 
-std::shared_ptr<Event> DeterministicEvent::clone() const { return std::make_shared<DeterministicEvent>(*this); }
+std::shared_ptr<Event> DeterministicEvent::clone() const {
+    return std::make_shared<DeterministicEvent>(*this);
+}
 
 bool Ref::eval(double& value, Data::Level) {
     value = m_value;
@@ -43,7 +53,8 @@ bool Ref::accumulate(Harvest& harvest) {
     return true;
 }
 
-void Ref::move(Toolbox::Date const&, NamedValues::Map const&, Intraday const&, FixingOverrides const&, bool fix) {
+void Ref::move(Toolbox::Date const&, NamedValues::Map const&, Intraday const&,
+               FixingOverrides const&, bool fix) {
     replace_by(fix ? std::make_shared<DeterministicAmount>(m_value) : nullptr);
 }
 
@@ -51,25 +62,32 @@ void Ref::c_to_string(std::string& text, bool) const {
     text.append("CstRef(\"").append(m_name).append("\", ").append(to_string_wtz(m_value)) += ')';
 }
 
-std::shared_ptr<Amount> Ref::clone() const { return std::make_shared<Ref>(*this); }
+std::shared_ptr<Amount> Ref::clone() const {
+    return std::make_shared<Ref>(*this);
+}
 
-bool RefAmount::eval(double&, Data::Level) { return false; }
+bool RefAmount::eval(double&, Data::Level) {
+    return false;
+}
 
 bool RefAmount::accumulate(Harvest& harvest) {
     hand_out(harvest.names, NamedSlot{&m_name, &m_rank});
     return true;
 }
 
-void RefAmount::move(Toolbox::Date const&, NamedValues::Map const& known, Intraday const&, FixingOverrides const&,
-                     bool) {
+void RefAmount::move(Toolbox::Date const&, NamedValues::Map const& known, Intraday const&,
+                     FixingOverrides const&, bool) {
     auto const found = known.find(m_name);
-    replace_by(found == known.end() ? nullptr : std::make_shared<DeterministicAmount>(found->second));
+    replace_by(found == known.end() ? nullptr
+                                    : std::make_shared<DeterministicAmount>(found->second));
 }
 
 void RefAmount::c_to_string(std::string& text, bool) const {
     text.append("AmountRef(\"").append(m_name).append("\")");
 }
 
-std::shared_ptr<Amount> RefAmount::clone() const { return std::make_shared<RefAmount>(*this); }
+std::shared_ptr<Amount> RefAmount::clone() const {
+    return std::make_shared<RefAmount>(*this);
+}
 
 }  // namespace ximCORE::Contract

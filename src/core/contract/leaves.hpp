@@ -14,6 +14,7 @@ class DeterministicAmount final : public Amount {
 
     double c_get_value() const { return m_value; }
     double eval(Modeling::FixingGrid&, Variables&) override { return m_value; }
+    Toolbox::Grid eval(Modeling::PDEHelper* helper) override;
     [[nodiscard]] bool eval(double& value, Data::Level level) override;
     [[nodiscard]] bool c_is_deterministic(double& value) const override;
     void c_to_string(std::string& text, bool bracket) const override;
@@ -32,6 +33,8 @@ class DeterministicEvent final : public Event {
     [[nodiscard]] bool eval(bool& value, Data::Level level) override;
     [[nodiscard]] bool c_is_deterministic(bool& value) const override;
     [[nodiscard]] bool weigh(Weighing const& weighing, Weights& weights) override;
+    Toolbox::IntGrid eval(Modeling::PDEHelper* helper) override;
+    void weigh(GridWeighing const& weighing, GridWeights& weights) override;
     void c_to_string(std::string& text) const override;
     std::shared_ptr<Event> clone() const override;
 
@@ -39,14 +42,15 @@ class DeterministicEvent final : public Event {
     bool m_value;
 };
 
-/// A number with a name, which callers may change in a built contract (`unsafe_get_tags`). It stays until its observation is
-/// past.
+/// A number with a name, which callers may change in a built contract (`unsafe_get_tags`). It stays
+/// until its observation is past.
 class Ref final : public Amount {
  public:
     Ref(double value, std::string name) : m_value(value), m_name(std::move(name)) {}
 
     std::string const& c_get_name() const { return m_name; }
     double eval(Modeling::FixingGrid&, Variables&) override { return m_value; }
+    Toolbox::Grid eval(Modeling::PDEHelper* helper) override;
     [[nodiscard]] bool eval(double& value, Data::Level level) override;
     [[nodiscard]] bool accumulate(Harvest& harvest) override;
     void move(Toolbox::Date const& date, NamedValues::Map const& known, Intraday const& intraday,
@@ -64,8 +68,11 @@ class RefAmount final : public Amount {
  public:
     explicit RefAmount(std::string name) : m_name(std::move(name)) {}
 
-    double eval(Modeling::FixingGrid&, Variables& variables) override { return variables.read(m_rank); }
+    double eval(Modeling::FixingGrid&, Variables& variables) override {
+        return variables.read(m_rank);
+    }
     /// Never known.
+    Toolbox::Grid eval(Modeling::PDEHelper* helper) override;
     [[nodiscard]] bool eval(double& value, Data::Level level) override;
     [[nodiscard]] bool accumulate(Harvest& harvest) override;
     void move(Toolbox::Date const& date, NamedValues::Map const& known, Intraday const& intraday,

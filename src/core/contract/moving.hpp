@@ -1,5 +1,5 @@
-// What a contract carries with it while it moves to a later date: the rules of the day itself, fixings given by the caller, and
-// the values that names have taken so far.
+// What a contract carries with it while it moves to a later date: the rules of the day itself,
+// fixings given by the caller, and the values that names have taken so far.
 #pragma once
 
 #include <map>
@@ -22,12 +22,14 @@ struct Intraday {
     bool IntradayChoices{false};
 };
 
-/// A fixing given by the caller (date, underlying, level): it wins over a stored spot, for a future date too.
+/// A fixing given by the caller (date, underlying, level): it wins over a stored spot, for a future
+/// date too.
 using FixingOverride = std::tuple<Toolbox::Date, Data::Underlying const*, double>;
 using FixingOverrides = std::vector<FixingOverride>;
 
-/// The values of names along one walk of `move`. A name whose next value hangs on an open condition is open: a reference to it
-/// is not replaced until the walk sets the name again, while its last known value is kept for what stands in front of the root.
+/// The values of names along one walk of `move`. A name whose next value hangs on an open condition
+/// is open: a reference to it is not replaced until the walk sets the name again, while its last
+/// known value is kept for what stands in front of the root.
 class NamedValues {
  public:
     using Map = std::map<std::string, double>;
@@ -42,8 +44,9 @@ class NamedValues {
     /// From here on the name's value is not known.
     void open(std::string const& name);
 
-    /// A walk over the branches of an open condition: each begins with the values of now, and what one of them opens is open
-    /// behind all of them. Nothing is copied, however deep conditions nest.
+    /// A walk over the branches of an open condition: each begins with the values of now, and what
+    /// one of them opens is open behind all of them. Nothing is copied, however deep conditions
+    /// nest.
     class Branches {
      public:
         explicit Branches(NamedValues& values);

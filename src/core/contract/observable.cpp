@@ -20,7 +20,8 @@ bool Observable::Item::populate(NodeLists const& lists) {
 }
 
 bool Observable::set(std::vector<Item> items) {
-    if (items.empty() || std::ranges::any_of(items, [](Item const& item) { return item.amount == nullptr; }))
+    if (items.empty() ||
+        std::ranges::any_of(items, [](Item const& item) { return item.amount == nullptr; }))
         return false;
     m_items = std::move(items);
     std::vector<NamedSlot> slots;
@@ -31,12 +32,15 @@ bool Observable::set(std::vector<Item> items) {
 
 bool Observable::get_dependencies(Toolbox::Date const& date) {
     bool is_complete = true;
-    for (auto& item : m_items) is_complete = item.amount->get_dependencies(date, nullptr) && is_complete;
+    for (auto& item : m_items)
+        is_complete = item.amount->get_dependencies(date, nullptr) && is_complete;
     return is_complete;
 }
 
 bool Observable::scan_all(ContractInformation& information, bool accumulate) {
-    if (accumulate && !std::ranges::all_of(m_items, [&](Item& item) { return item.amount->accumulate_all(information); }))
+    if (accumulate && !std::ranges::all_of(m_items, [&](Item& item) {
+            return item.amount->accumulate_all(information);
+        }))
         return false;
     return sort_all(information, false);
 }

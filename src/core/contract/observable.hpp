@@ -1,4 +1,5 @@
-// A list of dated amounts to look at rather than to price: a basket's performance in history, or along one simulated path.
+// A list of dated amounts to look at rather than to price: a basket's performance in history, or
+// along one simulated path.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +22,8 @@ class Observable {
         std::vector<double> values{0.0};  ///< one for each path seen
         double value{0.0};
         double minimum{std::numeric_limits<double>::max()};
-        double maximum{std::numeric_limits<double>::min()};  // Relied on: starts at the smallest positive number
+        double maximum{std::numeric_limits<double>::min()};  // Relied on: starts at the smallest
+                                                             // positive number
         bool available{false};
 
         /// Finds the amount by its number and wires it. False when there is none.
@@ -36,7 +38,8 @@ class Observable {
     [[nodiscard]] bool get_dependencies(Toolbox::Date const& date);
     /// As `Amount::scan_all`, over all items.
     [[nodiscard]] bool scan_all(ContractInformation& information, bool accumulate);
-    /// Past fixings become numbers, by the intraday rules of contracts. False, after ERROR records, when one is missing.
+    /// Past fixings become numbers, by the intraday rules of contracts. False, after ERROR records,
+    /// when one is missing.
     [[nodiscard]] bool move(Toolbox::Date const& date);
 
     /// Each value from what is known now, with its availability. Always true.

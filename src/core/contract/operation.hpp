@@ -37,7 +37,8 @@ class Operation {
 
     Type c_get_type() const { return m_type; }
     char c_get_symbol() const { return static_cast<char>(m_type); }
-    /// The text of the operator. Throws `std::runtime_error` "Unknown error" for the square root and unknown types.
+    /// The text of the operator. Throws `std::runtime_error` "Unknown error" for the square root
+    /// and unknown types.
     char const* c_str() const;
 
  private:

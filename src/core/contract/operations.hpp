@@ -50,16 +50,20 @@ using EventAmountBinaryNotEqualOperation = EventAmountBinaryNode<op::NotEqual>;
 
 using LeftEventAmountHybridEqualOperation = EventAmountHybridNode<op::Equal, Side::left>;
 using LeftEventAmountHybridGreaterOperation = EventAmountHybridNode<op::Greater, Side::left>;
-using LeftEventAmountHybridGreaterOrEqualOperation = EventAmountHybridNode<op::GreaterOrEqual, Side::left>;
+using LeftEventAmountHybridGreaterOrEqualOperation =
+    EventAmountHybridNode<op::GreaterOrEqual, Side::left>;
 using LeftEventAmountHybridLowerOperation = EventAmountHybridNode<op::Lower, Side::left>;
-using LeftEventAmountHybridLowerOrEqualOperation = EventAmountHybridNode<op::LowerOrEqual, Side::left>;
+using LeftEventAmountHybridLowerOrEqualOperation =
+    EventAmountHybridNode<op::LowerOrEqual, Side::left>;
 using LeftEventAmountHybridNotEqualOperation = EventAmountHybridNode<op::NotEqual, Side::left>;
 
 using RightEventAmountHybridEqualOperation = EventAmountHybridNode<op::Equal, Side::right>;
 using RightEventAmountHybridGreaterOperation = EventAmountHybridNode<op::Greater, Side::right>;
-using RightEventAmountHybridGreaterOrEqualOperation = EventAmountHybridNode<op::GreaterOrEqual, Side::right>;
+using RightEventAmountHybridGreaterOrEqualOperation =
+    EventAmountHybridNode<op::GreaterOrEqual, Side::right>;
 using RightEventAmountHybridLowerOperation = EventAmountHybridNode<op::Lower, Side::right>;
-using RightEventAmountHybridLowerOrEqualOperation = EventAmountHybridNode<op::LowerOrEqual, Side::right>;
+using RightEventAmountHybridLowerOrEqualOperation =
+    EventAmountHybridNode<op::LowerOrEqual, Side::right>;
 using RightEventAmountHybridNotEqualOperation = EventAmountHybridNode<op::NotEqual, Side::right>;
 
 }  // namespace ximCORE::Contract

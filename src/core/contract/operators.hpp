@@ -1,5 +1,6 @@
-// The mathematics of the operators, one struct each: its code for texts and its value. Node templates (operations.hpp) lift it to
-// paths and known values. All follow IEEE doubles without a guard: x / 0 and log 0 are infinite, the root of a negative is NaN.
+// The mathematics of the operators, one struct each: its code for texts and its value. Node
+// templates (operations.hpp) lift it to paths and known values. All follow IEEE doubles without a
+// guard: x / 0 and log 0 are infinite, the root of a negative is NaN.
 #pragma once
 
 #include <cmath>
@@ -64,7 +65,8 @@ struct Sin {
     static double value(double x) { return std::sin(x); }
 };
 struct Sqrt {
-    static constexpr auto type = Type::sqrt;  // Relied on: a contract with a square root prices, and has no text
+    static constexpr auto type =
+        Type::sqrt;  // Relied on: a contract with a square root prices, and has no text
     static double value(double x) { return std::sqrt(x); }
 };
 struct Minus {
@@ -76,8 +78,8 @@ struct Tan {
     static double value(double x) { return std::tan(x); }
 };
 
-// Comparisons. `slope`: +1 when a larger left side makes it true, -1 when a smaller one does, 0 for tests of equality, which are
-// exact.
+// Comparisons. `slope`: +1 when a larger left side makes it true, -1 when a smaller one does, 0 for
+// tests of equality, which are exact.
 
 struct Equal {
     static constexpr auto type = Type::equal;
@@ -123,10 +125,12 @@ struct Not {
     static bool value(bool x) { return !x; }
 };
 
-/// The weight of a comparison of `x` with `threshold` along a ramp of the widths `lhs` and `rhs` (`Math::get_call_spread`).
-/// The direction keeps the one side of the ramp: where the comparison is nearer to true (1) or to false (-1); 0 keeps both.
-/// Throws `std::runtime_error` "Unknown error" for any other direction.
-inline double ramp(double x, double threshold, signed char slope, double lhs, double rhs, int direction) {
+/// The weight of a comparison of `x` with `threshold` along a ramp of the widths `lhs` and `rhs`
+/// (`Math::get_call_spread`). The direction keeps the one side of the ramp: where the comparison is
+/// nearer to true (1) or to false (-1); 0 keeps both. Throws `std::runtime_error` "Unknown error"
+/// for any other direction.
+inline double ramp(double x, double threshold, signed char slope, double lhs, double rhs,
+                   int direction) {
     if (direction < -1 || direction > 1) throw std::runtime_error("Unknown error");
     if (slope * direction > 0) rhs = 0.0;
     if (slope * direction < 0) lhs = 0.0;

@@ -1,5 +1,6 @@
 #include "core/contract/path_constants.hpp"
 
+#include <Eigen/Core>
 #include <vector>
 
 #include "core/contract/composite.hpp"
@@ -12,7 +13,8 @@ namespace {
 /// An amount that is worked out at its first use on a path.
 class PathConstant final : public Composite<PathConstant, Amount> {
  public:
-    PathConstant(Child<Amount> amount, std::uint64_t const& path) : m_amount(std::move(amount)), m_path(&path) {}
+    PathConstant(Child<Amount> amount, std::uint64_t const& path)
+        : m_amount(std::move(amount)), m_path(&path) {}
 
     double eval(Modeling::FixingGrid& grid, Variables& variables) override {
         if (m_known_path != *m_path) {
@@ -21,8 +23,13 @@ class PathConstant final : public Composite<PathConstant, Amount> {
         }
         return m_value;
     }
-    [[nodiscard]] bool eval(double& value, Data::Level level) override { return m_amount->eval(value, level); }
-    void c_to_string(std::string& text, bool bracket) const override { m_amount->c_to_string(text, bracket); }
+    [[nodiscard]] bool eval(double& value, Data::Level level) override {
+        return m_amount->eval(value, level);
+    }
+    Toolbox::Grid eval(Modeling::PDEHelper* helper) override { return m_amount->eval(helper); }
+    void c_to_string(std::string& text, bool bracket) const override {
+        m_amount->c_to_string(text, bracket);
+    }
     std::shared_ptr<Amount> clone() const override { return copy_tree(*this); }
 
     auto children() { return std::tie(m_amount); }
@@ -42,15 +49,18 @@ bool is_changing(Amount const& amount, std::set<std::string> const& names) {
 }
 
 /// For each position, how many of the amounts before it change between two evaluations on one path.
-std::vector<std::size_t> count_changing(std::vector<AmountPlace> const& places, std::set<std::string> const& names) {
+std::vector<std::size_t> count_changing(std::vector<AmountPlace> const& places,
+                                        std::set<std::string> const& names) {
     std::vector<std::size_t> counts{0};
-    for (auto const& place : places) counts.push_back(counts.back() + (is_changing(**place.amount, names) ? 1 : 0));
+    for (auto const& place : places)
+        counts.push_back(counts.back() + (is_changing(**place.amount, names) ? 1 : 0));
     return counts;
 }
 
 }  // namespace
 
-void keep_path_constants(CashFlow& root, std::set<std::string> const& changing, std::uint64_t const& path) {
+void keep_path_constants(CashFlow& root, std::set<std::string> const& changing,
+                         std::uint64_t const& path) {
     std::vector<AmountPlace> places;
     Harvest harvest;
     harvest.amounts = &places;

@@ -30,15 +30,19 @@ bool Nothing::eval(double& value) {
     return true;
 }
 
-void Nothing::c_to_string(std::string& text, std::uint64_t&, std::uint64_t const&, std::uint64_t) const {
+void Nothing::c_to_string(std::string& text, std::uint64_t&, std::uint64_t const&,
+                          std::uint64_t) const {
     text += "End()";
 }
 
-std::shared_ptr<CashFlow> Nothing::clone() const { return std::make_shared<Nothing>(*this); }
+std::shared_ptr<CashFlow> Nothing::clone() const {
+    return std::make_shared<Nothing>(*this);
+}
 
 // PayReceive
 
-PayReceive::PayReceive(Child<Amount> amount, Toolbox::Date const& date, std::string currency, short sign)
+PayReceive::PayReceive(Child<Amount> amount, Toolbox::Date const& date, std::string currency,
+                       short sign)
     : Composite(Shape::payment),
       m_date(date),
       m_amount(std::move(amount)),
@@ -64,7 +68,8 @@ void PayReceive::reduce() {
     m_amount->reduce();
     m_amount.adopt();
     double value{};
-    if (m_amount->c_is_deterministic(value) && value == 0.0) replace_by(std::make_shared<Nothing>());
+    if (m_amount->c_is_deterministic(value) && value == 0.0)
+        replace_by(std::make_shared<Nothing>());
 }
 
 bool PayReceive::accumulate(Harvest& harvest) {
@@ -80,14 +85,18 @@ bool PayReceive::accumulate(Harvest& harvest) {
     return m_amount.accumulate(harvest) && (!m_conversion || m_conversion->accumulate(harvest));
 }
 
-void PayReceive::accumulate_events(std::vector<CashFlow const*>& list, std::uint64_t) { list.push_back(this); }
+void PayReceive::accumulate_events(std::vector<CashFlow const*>& list, std::uint64_t) {
+    list.push_back(this);
+}
 
-void PayReceive::eval(Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>& flows) {
+void PayReceive::eval(Modeling::FixingGrid& grid, Variables& variables,
+                      Toolbox::Array1D<double>& flows) {
     double flow = m_conversion ? m_conversion->eval(grid, variables) : 1.0;
     flow *= value_on_path(*m_amount, grid, variables);
     double const adjustment = grid.get_stochastic_rates_adjustment(*m_currency, m_date).value;
     if (adjustment != 0.0) flow *= std::exp(-adjustment);
-    auto const rank = static_cast<std::size_t>(static_cast<std::ptrdiff_t>(m_date.c_get_payment_rank()));
+    auto const rank =
+        static_cast<std::size_t>(static_cast<std::ptrdiff_t>(m_date.c_get_payment_rank()));
     flows.unsafe_get(rank) += flow * m_scale;
 }
 
@@ -106,7 +115,11 @@ void PayReceive::c_to_string(std::string& text, std::uint64_t& indent, std::uint
     m_amount->c_to_string(amount, false);
     text += c_get_payreceive() ? "Pay(" : "Receive(";
     append_lines(text, amount, indent + step, width);
-    text.append(", \"").append(m_date.c_str()).append("\", \"").append(m_currency_name).append("\")");
+    text.append(", \"")
+        .append(m_date.c_str())
+        .append("\", \"")
+        .append(m_currency_name)
+        .append("\")");
 }
 
 void PayReceive::move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
@@ -152,7 +165,8 @@ bool BuySell::accumulate(Harvest& harvest) {
 
 void BuySell::accumulate_events(std::vector<CashFlow const*>& list, std::uint64_t base) {
     list.push_back(this);
-    m_start = static_cast<int>(list.size());  // Relied on: the positions of a purchase leave out the base
+    m_start =
+        static_cast<int>(list.size());  // Relied on: the positions of a purchase leave out the base
     m_child->accumulate_events(list, base);
     m_end = static_cast<int>(list.size()) - 1;
 }
@@ -170,14 +184,16 @@ void BuySell::c_to_string(std::string& text, std::uint64_t& indent, std::uint64_
     text += ')';
 }
 
-void BuySell::move(Toolbox::Date const& date, NamedValues& values, EventManager* manager, Intraday const& intraday,
-                   bool, FixingOverrides const& fixings) {
+void BuySell::move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
+                   Intraday const& intraday, bool, FixingOverrides const& fixings) {
     m_child->move(std::max(date, m_date), values, manager, intraday, false, fixings);
     m_child.adopt();
     if (m_child->c_is_nothing()) replace_by(std::make_shared<Nothing>());
 }
 
-std::shared_ptr<CashFlow> BuySell::clone() const { return copy_tree(*this); }
+std::shared_ptr<CashFlow> BuySell::clone() const {
+    return copy_tree(*this);
+}
 
 // RefAmountSetter
 
@@ -198,7 +214,8 @@ void RefAmountSetter::accumulate_events(std::vector<CashFlow const*>& list, std:
     list.push_back(this);
 }
 
-void RefAmountSetter::eval(Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>&) {
+void RefAmountSetter::eval(Modeling::FixingGrid& grid, Variables& variables,
+                           Toolbox::Array1D<double>&) {
     variables.write(m_rank, value_on_path(*m_amount, grid, variables));
 }
 
@@ -207,8 +224,8 @@ bool RefAmountSetter::eval(double& value) {
     return true;
 }
 
-void RefAmountSetter::c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
-                                  std::uint64_t width) const {
+void RefAmountSetter::c_to_string(std::string& text, std::uint64_t& indent,
+                                  std::uint64_t const& step, std::uint64_t width) const {
     std::string amount;
     m_amount->c_to_string(amount, false);
     text.append("Set(\"").append(m_name).append("\", ");
@@ -218,14 +235,16 @@ void RefAmountSetter::c_to_string(std::string& text, std::uint64_t& indent, std:
 
 bool RefAmountSetter::c_is_past(Toolbox::Date const& date, Intraday const& intraday) const {
     Toolbox::Date observed(date);
-    std::ignore = m_amount->unsafe_get_constatation_date(observed);  // without a fixing: the date itself
+    std::ignore =
+        m_amount->unsafe_get_constatation_date(observed);  // without a fixing: the date itself
     return date > observed || (date == observed && !intraday.IntradayFixings);
 }
 
 void RefAmountSetter::move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
                            Intraday const& intraday, bool, FixingOverrides const& fixings) {
     bool const is_open = values.c_is_conditional();
-    m_amount->move(date, values.c_get_known(), intraday, fixings, !is_open && c_is_past(date, intraday));
+    m_amount->move(date, values.c_get_known(), intraday, fixings,
+                   !is_open && c_is_past(date, intraday));
     m_amount.adopt();
     double value{};
     if (is_open || !m_amount->c_is_deterministic(value)) {
@@ -237,7 +256,9 @@ void RefAmountSetter::move(Toolbox::Date const& date, NamedValues& values, Event
     replace_by(std::make_shared<Nothing>());
 }
 
-std::shared_ptr<CashFlow> RefAmountSetter::clone() const { return copy_tree(*this); }
+std::shared_ptr<CashFlow> RefAmountSetter::clone() const {
+    return copy_tree(*this);
+}
 
 // CashFlowBinaryOperation
 
@@ -255,7 +276,9 @@ CashFlowBinaryOperation::~CashFlowBinaryOperation() {
 
 CashFlowBinaryOperation* CashFlowBinaryOperation::c_get_next() const {
     auto* right = m_right.c_get().get();
-    return right && right->c_get_shape() == Shape::list ? static_cast<CashFlowBinaryOperation*>(right) : nullptr;
+    return right && right->c_get_shape() == Shape::list
+               ? static_cast<CashFlowBinaryOperation*>(right)
+               : nullptr;
 }
 
 template <class Visit>
@@ -306,21 +329,24 @@ bool CashFlowBinaryOperation::accumulate(Harvest& harvest) {
     return c_all_members([&](CashFlow& member) { return member.accumulate(harvest); });
 }
 
-void CashFlowBinaryOperation::accumulate_events(std::vector<CashFlow const*>& list, std::uint64_t base) {
+void CashFlowBinaryOperation::accumulate_events(std::vector<CashFlow const*>& list,
+                                                std::uint64_t base) {
     std::ignore = c_all_members([&](CashFlow& member) {
         member.accumulate_events(list, base);
         return true;
     });
 }
 
-void CashFlowBinaryOperation::accumulate_cashflows_internal(std::vector<std::shared_ptr<CashFlow>*>& out) {
+void CashFlowBinaryOperation::accumulate_cashflows_internal(
+    std::vector<std::shared_ptr<CashFlow>*>& out) {
     auto const nodes = spine();
     for (auto* node : nodes) {
         node->m_left->accumulate_cashflows_internal(out);
         out.push_back(&node->m_left.get());
     }
     nodes.back()->m_right->accumulate_cashflows_internal(out);
-    std::for_each(nodes.rbegin(), nodes.rend(), [&](auto* node) { out.push_back(&node->m_right.get()); });
+    std::for_each(nodes.rbegin(), nodes.rend(),
+                  [&](auto* node) { out.push_back(&node->m_right.get()); });
 }
 
 Toolbox::Date CashFlowBinaryOperation::c_get_maturity_date(Toolbox::Date const& fallback) const {
@@ -336,7 +362,8 @@ Toolbox::Date CashFlowBinaryOperation::c_get_maturity_date(Toolbox::Date const& 
 void CashFlowBinaryOperation::eval(Modeling::FixingGrid& grid, Variables& variables,
                                    Toolbox::Array1D<double>& flows) {
     auto* node = this;
-    for (; auto* next = node->c_get_next(); node = next) flow_on_path(*node->m_left, grid, variables, flows);
+    for (; auto* next = node->c_get_next(); node = next)
+        flow_on_path(*node->m_left, grid, variables, flows);
     flow_on_path(*node->m_left, grid, variables, flows);
     flow_on_path(*node->m_right, grid, variables, flows);
 }
@@ -354,8 +381,8 @@ bool CashFlowBinaryOperation::eval(double& value) {
     return true;
 }
 
-void CashFlowBinaryOperation::c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
-                                          std::uint64_t width) const {
+void CashFlowBinaryOperation::c_to_string(std::string& text, std::uint64_t& indent,
+                                          std::uint64_t const& step, std::uint64_t width) const {
     bool is_first = true;
     std::ignore = c_all_members([&](CashFlow const& member) {
         if (!is_first) {
@@ -368,10 +395,12 @@ void CashFlowBinaryOperation::c_to_string(std::string& text, std::uint64_t& inde
     });
 }
 
-void CashFlowBinaryOperation::move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
-                                   Intraday const& intraday, bool in_choice, FixingOverrides const& fixings) {
+void CashFlowBinaryOperation::move(Toolbox::Date const& date, NamedValues& values,
+                                   EventManager* manager, Intraday const& intraday, bool in_choice,
+                                   FixingOverrides const& fixings) {
     auto const nodes = spine();
-    for (auto* node : nodes) node->m_left->move(date, values, manager, intraday, in_choice, fixings);
+    for (auto* node : nodes)
+        node->m_left->move(date, values, manager, intraday, in_choice, fixings);
     nodes.back()->m_right->move(date, values, manager, intraday, in_choice, fixings);
     std::for_each(nodes.rbegin(), nodes.rend(), [](auto* node) { node->join(); });
 }

@@ -1,4 +1,5 @@
-// The cash flows without a condition: nothing, a payment, a purchase, the setting of a name, and two flows joined by "&".
+// The cash flows without a condition: nothing, a payment, a purchase, the setting of a name, and
+// two flows joined by "&".
 #pragma once
 
 #include "core/contract/composite.hpp"
@@ -51,13 +52,16 @@ class PayReceive final : public Composite<PayReceive, CashFlow> {
     [[nodiscard]] bool accumulate(Harvest& harvest) override;
     void accumulate_events(std::vector<CashFlow const*>& list, std::uint64_t base) override;
     Toolbox::Date c_get_maturity_date(Toolbox::Date const&) const override { return m_date; }
-    /// (conversion * amount) * exp(-a) * scale, where a is the rates adjustment of currency and date.
-    void eval(Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>& flows) override;
+    /// (conversion * amount) * exp(-a) * scale, where a is the rates adjustment of currency and
+    /// date.
+    void eval(Modeling::FixingGrid& grid, Variables& variables,
+              Toolbox::Array1D<double>& flows) override;
     [[nodiscard]] bool eval(double& value) override;
+    void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper, Toolbox::Grid& values) override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
-    void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager, Intraday const& intraday,
-              bool in_choice, FixingOverrides const& fixings) override;
+    void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
+              Intraday const& intraday, bool in_choice, FixingOverrides const& fixings) override;
     std::shared_ptr<CashFlow> clone() const override;
 
     auto children() { return std::tie(m_amount); }
@@ -96,14 +100,16 @@ class BuySell final : public Composite<BuySell, CashFlow> {
     Toolbox::Date c_get_maturity_date(Toolbox::Date const& fallback) const override {
         return m_child->c_get_maturity_date(fallback);
     }
-    void eval(Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>& flows) override {
+    void eval(Modeling::FixingGrid& grid, Variables& variables,
+              Toolbox::Array1D<double>& flows) override {
         m_child->eval(grid, variables, flows);
     }
     [[nodiscard]] bool eval(double& value) override { return m_child->eval(value); }
+    void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper, Toolbox::Grid& values) override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
-    void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager, Intraday const& intraday,
-              bool in_choice, FixingOverrides const& fixings) override;
+    void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
+              Intraday const& intraday, bool in_choice, FixingOverrides const& fixings) override;
     std::shared_ptr<CashFlow> clone() const override;
 
     auto children() { return std::tie(m_child); }
@@ -129,12 +135,13 @@ class RefAmountSetter final : public Composite<RefAmountSetter, CashFlow> {
     void reduce() override;
     [[nodiscard]] bool accumulate(Harvest& harvest) override;
     void accumulate_events(std::vector<CashFlow const*>& list, std::uint64_t base) override;
-    void eval(Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>& flows) override;
+    void eval(Modeling::FixingGrid& grid, Variables& variables,
+              Toolbox::Array1D<double>& flows) override;
     [[nodiscard]] bool eval(double& value) override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
-    void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager, Intraday const& intraday,
-              bool in_choice, FixingOverrides const& fixings) override;
+    void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
+              Intraday const& intraday, bool in_choice, FixingOverrides const& fixings) override;
     std::shared_ptr<CashFlow> clone() const override;
 
     auto children() { return std::tie(m_amount); }
@@ -148,7 +155,8 @@ class RefAmountSetter final : public Composite<RefAmountSetter, CashFlow> {
     Child<Amount> m_amount;
 };
 
-/// Left, then right. A list a & b & c is a & (b & c): every operation walks its right spine in a loop.
+/// Left, then right. A list a & b & c is a & (b & c): every operation walks its right spine in a
+/// loop.
 class CashFlowBinaryOperation final : public CashFlow {
  public:
     CashFlowBinaryOperation(Child<CashFlow> left, Child<CashFlow> right);
@@ -165,12 +173,14 @@ class CashFlowBinaryOperation final : public CashFlow {
     void accumulate_events(std::vector<CashFlow const*>& list, std::uint64_t base) override;
     void accumulate_cashflows_internal(std::vector<std::shared_ptr<CashFlow>*>& out) override;
     Toolbox::Date c_get_maturity_date(Toolbox::Date const& fallback) const override;
-    void eval(Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>& flows) override;
+    void eval(Modeling::FixingGrid& grid, Variables& variables,
+              Toolbox::Array1D<double>& flows) override;
     [[nodiscard]] bool eval(double& value) override;
+    void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper, Toolbox::Grid& values) override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
-    void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager, Intraday const& intraday,
-              bool in_choice, FixingOverrides const& fixings) override;
+    void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
+              Intraday const& intraday, bool in_choice, FixingOverrides const& fixings) override;
     std::shared_ptr<CashFlow> clone() const override;
 
  private:

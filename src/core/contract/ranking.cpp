@@ -15,11 +15,15 @@ namespace {
 
 using Toolbox::Date;
 
-/// Sorts by `c_cmp`, gives each element the number of strictly greater steps before it, and keeps one of each.
-/// The sort is stable, so that an order that contradicts itself (pairs with and without ticker) stays inside the list.
+constexpr std::size_t c_first_pillar_rank = 1;  // rank 0 is the valuation date
+
+/// Sorts by `c_cmp`, gives each element the number of strictly greater steps before it, and keeps
+/// one of each. The sort is stable, so that an order that contradicts itself (pairs with and
+/// without ticker) stays inside the list.
 template <class T, class SetRank>
 void rank_and_unique(std::vector<T*>& items, SetRank&& set_rank) {
-    std::stable_sort(items.begin(), items.end(), [](T const* a, T const* b) { return a->c_cmp(*b) < 0; });
+    std::stable_sort(items.begin(), items.end(),
+                     [](T const* a, T const* b) { return a->c_cmp(*b) < 0; });
     std::size_t rank = 0;
     for (std::size_t i = 0; i < items.size(); ++i) {
         if (i > 0 && items[i]->c_cmp(*items[i - 1]) > 0) ++rank;
@@ -29,9 +33,11 @@ void rank_and_unique(std::vector<T*>& items, SetRank&& set_rank) {
     items.erase(std::unique(items.begin(), items.end(), same), items.end());
 }
 
-template <void (Date::*set_rank)(short)>
+template <void (Date::*set_rank)(short), std::size_t first = 0>
 void rank_dates(std::vector<Date*>& dates) {
-    rank_and_unique(dates, [](Date& date, std::size_t rank) { (date.*set_rank)(static_cast<short>(rank)); });
+    rank_and_unique(dates, [](Date& date, std::size_t rank) {
+        (date.*set_rank)(static_cast<short>(first + rank));
+    });
 }
 
 /// What `sort_events` compares; the text is written on demand, where dates are equal.
@@ -42,7 +48,8 @@ struct EventKey {
     mutable std::string text{};
     mutable bool is_written{false};
 
-    explicit EventKey(Event* of) : event(of), date(1970, 1, 1), is_dated(of->unsafe_get_constatation_date(date)) {}
+    explicit EventKey(Event* of)
+        : event(of), date(1970, 1, 1), is_dated(of->unsafe_get_constatation_date(date)) {}
 
     std::string const& get_text() const {
         if (!is_written) event->c_write(text);
@@ -58,7 +65,8 @@ struct EventKey {
 
 /// False, after an ERROR record, when a rank cannot count the list.
 bool is_countable(std::size_t size, std::size_t limit, char const* what) {
-    if (size > limit) Toolbox::Log::s_log(Toolbox::Log::Level::ERROR, "Contract with too many ", what);
+    if (size > limit)
+        Toolbox::Log::s_log(Toolbox::Log::Level::ERROR, "Contract with too many ", what);
     return size <= limit;
 }
 
@@ -81,10 +89,18 @@ void sort_underlyings(std::vector<Data::Underlying*>& underlyings) {
     rank_and_unique(underlyings, [](Data::Underlying&, std::size_t) {});
 }
 
-void sort_fixing_dates(std::vector<Date*>& dates) { rank_dates<&Date::set_fixing_rank>(dates); }
-void sort_payment_dates(std::vector<Date*>& dates) { rank_dates<&Date::set_payment_rank>(dates); }
-void sort_maturity_dates(std::vector<Date*>& dates) { rank_dates<&Date::set_maturity_rank>(dates); }
-void sort_pillar_dates(std::vector<Date*>& dates) { rank_dates<&Date::set_pillar_rank>(dates); }
+void sort_fixing_dates(std::vector<Date*>& dates) {
+    rank_dates<&Date::set_fixing_rank>(dates);
+}
+void sort_payment_dates(std::vector<Date*>& dates) {
+    rank_dates<&Date::set_payment_rank>(dates);
+}
+void sort_maturity_dates(std::vector<Date*>& dates) {
+    rank_dates<&Date::set_maturity_rank>(dates);
+}
+void sort_pillar_dates(std::vector<Date*>& dates) {
+    rank_dates<&Date::set_pillar_rank, c_first_pillar_rank>(dates);
+}
 
 void sort_choice_dates(std::vector<Date*>& dates) {
     // Relied on: a scan of choice dates overwrites the fixing ranks of those dates alone
@@ -92,8 +108,9 @@ void sort_choice_dates(std::vector<Date*>& dates) {
 }
 
 void sort_fixings(std::vector<Fixing const*>& fixings) {
-    rank_and_unique(fixings,
-                    [](Fixing const& fixing, std::size_t rank) { fixing.set_rank(static_cast<short>(rank)); });
+    rank_and_unique(fixings, [](Fixing const& fixing, std::size_t rank) {
+        fixing.set_rank(static_cast<short>(rank));
+    });
 }
 
 void sort_events(std::vector<Event*>& events) {
@@ -112,7 +129,8 @@ std::vector<std::string> rank_slots(std::vector<NamedSlot> const& slots) {
     std::ranges::sort(names);
     names.erase(std::unique(names.begin(), names.end()), names.end());
     for (auto const& slot : slots)
-        *slot.rank = static_cast<short>(std::ranges::lower_bound(names, *slot.name) - names.begin());
+        *slot.rank =
+            static_cast<short>(std::ranges::lower_bound(names, *slot.name) - names.begin());
     return names;
 }
 
@@ -130,7 +148,8 @@ bool sort_all(ContractInformation& information, bool with_pillars) {
            is_countable(information.maturity_dates.size(), max_rank, "maturity dates") &&
            is_countable(information.currencies.size(), max_currencies, "currencies") &&
            is_countable(information.payment_dates.size(), max_rank, "payment dates") &&
-           is_countable(information.pillar_dates.size(), max_rank, "pillar dates");
+           (!with_pillars ||
+            is_countable(information.pillar_dates.size(), max_rank, "pillar dates"));
 }
 
 }  // namespace ximCORE::Contract

@@ -82,12 +82,15 @@ AmountPtr reflect_RightAmountHybridOperation(Fields fields) {
     return std::make_shared<Node>(fields.number(), std::move(child));
 }
 
-AmountPtr reflect_DeterministicAmount(Fields fields) { return std::make_shared<DeterministicAmount>(fields.number()); }
+AmountPtr reflect_DeterministicAmount(Fields fields) {
+    return std::make_shared<DeterministicAmount>(fields.number());
+}
 
 AmountPtr reflect_Fixing(Fields fields) {
     auto underlying = fields.text();
     auto const date = fields.date();
-    return std::make_shared<Fixing>(date, std::move(underlying), fields.text(), Toolbox::DateShift("", nullptr));
+    return std::make_shared<Fixing>(date, std::move(underlying), fields.text(),
+                                    Toolbox::DateShift("", nullptr));
 }
 
 AmountPtr reflect_Iff(Fields fields) {
@@ -101,7 +104,9 @@ AmountPtr reflect_Ref(Fields fields) {
     return std::make_shared<Ref>(fields.number(), std::move(name));
 }
 
-AmountPtr reflect_RefAmount(Fields fields) { return std::make_shared<RefAmount>(fields.text()); }
+AmountPtr reflect_RefAmount(Fields fields) {
+    return std::make_shared<RefAmount>(fields.text());
+}
 
 AmountPtr reflect_Sorted(Fields fields) {
     int const rank = fields.integer();
@@ -170,7 +175,8 @@ CashFlowPtr reflect_BuySell(Fields fields) {
     auto const date = fields.date();
     double const quantity = fields.number();
     auto child = fields.child<CashFlow>();
-    return std::make_shared<BuySell>(date, quantity, std::move(child), static_cast<short>(fields.integer()));
+    return std::make_shared<BuySell>(date, quantity, std::move(child),
+                                     static_cast<short>(fields.integer()));
 }
 
 CashFlowPtr reflect_PayReceive(Fields fields) {
@@ -181,7 +187,9 @@ CashFlowPtr reflect_PayReceive(Fields fields) {
     return std::make_shared<PayReceive>(std::move(amount), date, std::move(currency), sign);
 }
 
-CashFlowPtr reflect_Nothing(Fields) { return std::make_shared<Nothing>(); }
+CashFlowPtr reflect_Nothing(Fields) {
+    return std::make_shared<Nothing>();
+}
 
 // The makers by code.
 
@@ -244,15 +252,20 @@ constexpr std::array<EventPtr (*)(Fields), 22> c_event_makers{
     reflect_RightEventAmountHybridOperation<RightEventAmountHybridNotEqualOperation>,
     reflect_DeterministicEvent};
 
-constexpr std::array<CashFlowPtr (*)(Fields), 7> c_cashflow_makers{
-    reflect_CashFlowBinaryOperation, reflect_If,         reflect_Either, reflect_RefAmountSetter,
-    reflect_BuySell,                 reflect_PayReceive, reflect_Nothing};
+constexpr std::array<CashFlowPtr (*)(Fields), 7> c_cashflow_makers{reflect_CashFlowBinaryOperation,
+                                                                   reflect_If,
+                                                                   reflect_Either,
+                                                                   reflect_RefAmountSetter,
+                                                                   reflect_BuySell,
+                                                                   reflect_PayReceive,
+                                                                   reflect_Nothing};
 
 /// Relied on: the code is taken as one byte.
 template <class Makers>
 auto reflect(Makers const& makers, unsigned long long op, std::string const& payload) {
     auto const code = static_cast<unsigned char>(op);
-    return code < makers.size() ? makers[code](Fields(payload)) : decltype(makers[0](Fields(payload))){};
+    return code < makers.size() ? makers[code](Fields(payload))
+                                : decltype(makers[0](Fields(payload))){};
 }
 
 bool refuse() {
@@ -260,7 +273,8 @@ bool refuse() {
     return false;
 }
 
-/// Places a node at its number. False when the number is outside or taken, or the node's code unknown.
+/// Places a node at its number. False when the number is outside or taken, or the node's code
+/// unknown.
 template <class Node>
 bool place(std::vector<std::shared_ptr<Node>>& list, int id, std::shared_ptr<Node> node) {
     auto const index = static_cast<std::size_t>(static_cast<std::ptrdiff_t>(id));
@@ -269,13 +283,15 @@ bool place(std::vector<std::shared_ptr<Node>>& list, int id, std::shared_ptr<Nod
     return true;
 }
 
-/// Makes the nodes of the three families. False unless the counts are those of the nodes, and each number has one.
+/// Makes the nodes of the three families. False unless the counts are those of the nodes, and each
+/// number has one.
 bool make_nodes(EncodedTree const& encoded, NodeLists& lists) {
     auto const has = [&](char tag, std::uint64_t count) {
         auto const found = std::ranges::count(encoded.nodes, tag, &EncodedNode::tag);
         return static_cast<std::uint64_t>(found) == count;
     };
-    if (!has('a', encoded.amounts) || !has('e', encoded.events) || !has('c', encoded.cashflows)) return false;
+    if (!has('a', encoded.amounts) || !has('e', encoded.events) || !has('c', encoded.cashflows))
+        return false;
     lists.amounts.resize(encoded.amounts);
     lists.events.resize(encoded.events);
     lists.cashflows.resize(encoded.cashflows);
@@ -283,7 +299,8 @@ bool make_nodes(EncodedTree const& encoded, NodeLists& lists) {
         auto const code = static_cast<unsigned long long>(op);
         if (tag == 'a' && !place(lists.amounts, id, reflect_amount(code, payload))) return false;
         if (tag == 'e' && !place(lists.events, id, reflect_event(code, payload))) return false;
-        if (tag == 'c' && !place(lists.cashflows, id, reflect_cashflow(code, payload))) return false;
+        if (tag == 'c' && !place(lists.cashflows, id, reflect_cashflow(code, payload)))
+            return false;
     }
     return true;
 }
@@ -309,7 +326,8 @@ bool populate_root(EncodedTree const& encoded, NodeLists const& lists) {
 bool make_items(EncodedTree const& encoded, std::vector<Observable::Item>& items) {
     std::map<int, Observable::Item> by_number;
     for (auto const& node : encoded.nodes)
-        if (node.tag == 'o' && !by_number.emplace(node.id, reflect_observable(node.payload)).second) return false;
+        if (node.tag == 'o' && !by_number.emplace(node.id, reflect_observable(node.payload)).second)
+            return false;
     for (auto& [number, item] : by_number) {
         if (number != static_cast<int>(items.size())) return false;
         items.push_back(std::move(item));
@@ -322,8 +340,8 @@ bool populate_items(NodeLists const& lists, std::vector<Observable::Item>& items
     if (!graph.check()) return false;
     std::uint64_t nodes = 0;
     return std::ranges::all_of(items, [&](Observable::Item& item) {
-        return item.amount_number < lists.amounts.size() && is_small(graph.c_get_amount(item.amount_number), nodes) &&
-               item.populate(lists);
+        return item.amount_number < lists.amounts.size() &&
+               is_small(graph.c_get_amount(item.amount_number), nodes) && item.populate(lists);
     });
 }
 
@@ -364,7 +382,8 @@ bool reflect_contract(EncodedTree const& encoded, CashFlowPtr& root) {
 bool reflect_observations(EncodedTree const& encoded, std::vector<Observable::Item>& items) {
     NodeLists lists;
     std::vector<Observable::Item> found;
-    if (!make_nodes(encoded, lists) || !make_items(encoded, found) || !populate_items(lists, found)) return refuse();
+    if (!make_nodes(encoded, lists) || !make_items(encoded, found) || !populate_items(lists, found))
+        return refuse();
     items = std::move(found);
     return true;
 }

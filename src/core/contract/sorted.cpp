@@ -8,10 +8,14 @@
 namespace ximCORE::Contract {
 
 Sorted::Sorted(int rank, std::vector<Child<Amount>> amounts)
-    : m_rank(rank), m_amounts(std::move(amounts)), m_values(m_amounts.size()), m_order(m_amounts.size()) {}
+    : m_rank(rank),
+      m_amounts(std::move(amounts)),
+      m_values(m_amounts.size()),
+      m_order(m_amounts.size()) {}
 
 bool Sorted::populate(NodeLists const& lists) {
-    return m_rank >= 0 && static_cast<std::size_t>(m_rank) < m_amounts.size() && Composite::populate(lists);
+    return m_rank >= 0 && static_cast<std::size_t>(m_rank) < m_amounts.size() &&
+           Composite::populate(lists);
 }
 
 double Sorted::select() {
@@ -45,8 +49,8 @@ void Sorted::reduce() {
     reduce_amounts();
 }
 
-void Sorted::move(Toolbox::Date const& date, NamedValues::Map const& known, Intraday const& intraday,
-                  FixingOverrides const& fixings, bool fix) {
+void Sorted::move(Toolbox::Date const& date, NamedValues::Map const& known,
+                  Intraday const& intraday, FixingOverrides const& fixings, bool fix) {
     each([&](auto& amount) {
         amount->move(date, known, intraday, fixings, fix);
         amount.adopt();

@@ -12,8 +12,10 @@ class Sorted final : public Composite<Sorted, Amount> {
 
     [[nodiscard]] bool populate(NodeLists const& lists) override;
     double eval(Modeling::FixingGrid& grid, Variables& variables) override;
-    /// Relied on: false as soon as an amount is known; with none known, the order of the values last stored.
+    /// Relied on: false as soon as an amount is known; with none known, the order of the values
+    /// last stored.
     [[nodiscard]] bool eval(double& value, Data::Level level) override;
+    Toolbox::Grid eval(Modeling::PDEHelper* helper) override;
     void reduce() override;
     void move(Toolbox::Date const& date, NamedValues::Map const& known, Intraday const& intraday,
               FixingOverrides const& fixings, bool fix) override;

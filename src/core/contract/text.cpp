@@ -18,7 +18,8 @@ bool is_break(std::string_view line, std::size_t position) {
 std::size_t find_break(std::string_view line, std::uint64_t width) {
     for (std::size_t position = static_cast<std::size_t>(width) + 1; position-- > 1;)
         if (is_break(line, position)) return position;
-    for (std::size_t position = static_cast<std::size_t>(width) + 1; position < line.size(); ++position)
+    for (std::size_t position = static_cast<std::size_t>(width) + 1; position < line.size();
+         ++position)
         if (is_break(line, position)) return position;
     return std::string_view::npos;
 }
@@ -27,7 +28,8 @@ std::size_t find_break(std::string_view line, std::uint64_t width) {
 
 std::string to_string_wtz(double value) {
     char buffer[352];  // the largest double has 309 digits before the point
-    std::string text(buffer, static_cast<std::size_t>(std::snprintf(buffer, sizeof buffer, "%f", value)));
+    std::string text(buffer,
+                     static_cast<std::size_t>(std::snprintf(buffer, sizeof buffer, "%f", value)));
     if (text.find('.') == std::string::npos) return text;
     text.erase(text.find_last_not_of('0') + 1);
     if (text.back() == '.') text.pop_back();
@@ -39,7 +41,8 @@ void start_line(std::string& text, std::uint64_t indent, std::uint64_t width) {
     Toolbox::Math::indent(text, std::min(indent, width));
 }
 
-void append_lines(std::string& text, std::string const& part, std::uint64_t indent, std::uint64_t width) {
+void append_lines(std::string& text, std::string const& part, std::uint64_t indent,
+                  std::uint64_t width) {
     std::string_view rest(part);
     while (rest.size() > width) {
         auto const position = find_break(rest, width);

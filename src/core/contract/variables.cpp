@@ -7,7 +7,8 @@
 namespace ximCORE::Contract {
 
 Variables::Variables(std::vector<std::string> names)
-    : m_names(std::make_shared<std::vector<std::string> const>(std::move(names))), m_slots(m_names->size()) {}
+    : m_names(std::make_shared<std::vector<std::string> const>(std::move(names))),
+      m_slots(m_names->size()) {}
 
 Variables& Variables::operator=(Variables const& other) {
     if (m_names != other.m_names) m_names = other.m_names;
@@ -15,7 +16,9 @@ Variables& Variables::operator=(Variables const& other) {
     return *this;
 }
 
-void Variables::clear() { std::ranges::fill(m_slots, Slot{}); }
+void Variables::clear() {
+    std::ranges::fill(m_slots, Slot{});
+}
 
 double const* Variables::c_find(std::string_view name) const {
     if (m_names == nullptr) return nullptr;
@@ -25,6 +28,8 @@ double const* Variables::c_find(std::string_view name) const {
     return slot.present ? &slot.value : nullptr;
 }
 
-void Variables::raise_unknown_rank() { Toolbox::raise_segmentation_fault(); }
+void Variables::raise_unknown_rank() {
+    Toolbox::raise_segmentation_fault();
+}
 
 }  // namespace ximCORE::Contract

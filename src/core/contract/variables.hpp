@@ -1,5 +1,5 @@
-// The named values of one path: what `Set` writes and a reference reads. Slots by rank, so that a path looks nothing up by
-// text; `CashFlow::rank_names` gives the ranks.
+// The named values of one path: what `Set` writes and a reference reads. Slots by rank, so that a
+// path looks nothing up by text; `CashFlow::rank_names` gives the ranks.
 #pragma once
 
 #include <memory>
@@ -9,11 +9,13 @@
 
 namespace ximCORE::Contract {
 
-/// One slot for each name, each absent until the path writes or reads it. A worker owns one, and every smoothed condition two
-/// working copies. Per trial: no allocation. A rank without slot raises `SegmentationFaultException`.
+/// One slot for each name, each absent until the path writes or reads it. A worker owns one, and
+/// every smoothed condition two working copies. Per trial: no allocation. A rank without slot
+/// raises `SegmentationFaultException`.
 class Variables {
  public:
-    /// All absent. `names`: as `CashFlow::rank_names` returns them, so that the rank of a name is its position.
+    /// All absent. `names`: as `CashFlow::rank_names` returns them, so that the rank of a name is
+    /// its position.
     explicit Variables(std::vector<std::string> names = {});
     Variables(Variables const&) = default;
     Variables(Variables&&) = default;
@@ -33,7 +35,8 @@ class Variables {
     }
     void write(short rank, double value) { get(rank) = {value, true}; }
 
-    /// Null when the name is unknown or absent. Valid until the next change. By text: not for a path loop.
+    /// Null when the name is unknown or absent. Valid until the next change. By text: not for a
+    /// path loop.
     double const* c_find(std::string_view name) const;
 
  private:

@@ -8,6 +8,7 @@
 #include "core/data/surfaces/implied_volatility_surface.hpp"
 #include "core/data/underlying.hpp"
 #include "core/modeling/black_scholes_mc_helper.hpp"
+#include "core/modeling/black_scholes_pde_helper.hpp"
 #include "core/modeling/model_dependencies.hpp"
 #include "core/toolbox/log.hpp"
 
@@ -76,6 +77,10 @@ bool BlackScholesModel::s_calibrate_volatility(Toolbox::Date const& date,
 
 std::unique_ptr<MCHelper> BlackScholesModel::_new_MC_helper() {
     return std::make_unique<BlackScholesMCHelper>();
+}
+
+std::unique_ptr<PDEHelper> BlackScholesModel::_new_PDE_helper() {
+    return std::make_unique<BlackScholesPDEHelper>();
 }
 
 }  // namespace ximCORE::Modeling

@@ -35,6 +35,7 @@ class BlackScholesModel final : public Model {
 
  protected:
     [[nodiscard]] std::unique_ptr<MCHelper> _new_MC_helper() override;
+    [[nodiscard]] std::unique_ptr<PDEHelper> _new_PDE_helper() override;
 };
 
 }  // namespace ximCORE::Modeling

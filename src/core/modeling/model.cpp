@@ -12,6 +12,7 @@
 #include "core/modeling/dupire_local_volatility_model.hpp"
 #include "core/modeling/mc_helper.hpp"
 #include "core/modeling/model_dependencies.hpp"
+#include "core/modeling/pde_helper.hpp"
 
 namespace ximCORE::Modeling {
 
@@ -58,6 +59,19 @@ void Model::safe_delete_MC_helper() {
 }
 
 std::unique_ptr<MCHelper> Model::_new_MC_helper() {
+    return nullptr;
+}
+
+PDEHelper* Model::safe_new_PDE_helper() {
+    if (m_pde_helper == nullptr) m_pde_helper = _new_PDE_helper();
+    return m_pde_helper.get();
+}
+
+void Model::safe_delete_PDE_helper() {
+    m_pde_helper.reset();
+}
+
+std::unique_ptr<PDEHelper> Model::_new_PDE_helper() {
     return nullptr;
 }
 

@@ -22,6 +22,7 @@ class Underlying;
 namespace ximCORE::Modeling {
 
 class MCHelper;
+class PDEHelper;
 
 /// In the order of the request's texts.
 enum class ModelName : std::uint8_t {
@@ -58,14 +59,19 @@ class Model {
     [[nodiscard]] MCHelper* safe_new_MC_helper();
     /// Deletes the helper, if there is one: the next safe_new_MC_helper makes a fresh one.
     void safe_delete_MC_helper();
+    /// The same for the helper for finite differences.
+    [[nodiscard]] PDEHelper* safe_new_PDE_helper();
+    void safe_delete_PDE_helper();
 
  protected:
     [[nodiscard]] virtual std::unique_ptr<MCHelper> _new_MC_helper();
+    [[nodiscard]] virtual std::unique_ptr<PDEHelper> _new_PDE_helper();
 
  private:
     Toolbox::Date m_calibration_date;
     std::string m_name;
     std::unique_ptr<MCHelper> m_mc_helper;
+    std::unique_ptr<PDEHelper> m_pde_helper;
 };
 
 /// Forward curves, yield curves and volatility surfaces without any correlation or helper.

@@ -5,10 +5,10 @@
 #pragma once
 
 #include <Eigen/Core>
-#include <algorithm>
 #include <cstdint>
 #include <memory>
-#include <vector>
+#include <set>
+#include <string>
 
 #include "core/modeling/helper.hpp"
 #include "core/toolbox/log.hpp"
@@ -56,14 +56,9 @@ class PDEHelper : public Helper {
         return Toolbox::IntGrid::Constant(static_cast<Eigen::Index>(c_get_space_size()), value);
     }
 
-    /// A WARNING that a node reads fixings of several dates at once; one for each earliest date.
-    void warn_of_several_dates(Toolbox::Date const& earliest) {
-        if (std::find(m_several_dates.begin(), m_several_dates.end(), earliest) !=
-            m_several_dates.end())
-            return;
-        m_several_dates.push_back(earliest);
-        Toolbox::Log::s_log(Toolbox::Log::Level::WARNING,
-                            "Finite difference reads several dates at ", earliest.c_str());
+    /// Logs a WARNING at the first time that it is given.
+    void warn_once(std::string const& text) {
+        if (m_warnings.insert(text).second) Toolbox::Log::s_log(Toolbox::Log::Level::WARNING, text);
     }
 
     [[nodiscard]] std::size_t c_get_space_size() const { return m_solver->c_get_space_size(); }
@@ -88,7 +83,7 @@ class PDEHelper : public Helper {
 
     std::unique_ptr<Toolbox::XTPDE> m_solver;
     bool m_has_time_grid{false};
-    std::vector<Toolbox::Date> m_several_dates;
+    std::set<std::string> m_warnings;
 };
 
 }  // namespace ximCORE::Modeling

@@ -77,8 +77,8 @@ bool ContractLadder::run_internal(Contract::Contract& contract, Modeling::Model*
 
 bool ContractLadder::_run_points(Contract::Contract& contract, Modeling::Model* model) {
     auto const pricer = get_pricer();
-    bool success = pricer != nullptr && pricer->prepare_pricer(contract) &&
-                   pricer->calibrate(contract, model);
+    bool success =
+        pricer != nullptr && pricer->prepare_pricer(contract) && pricer->calibrate(contract, model);
     for (std::size_t i = 0; success && i < m_results.size(); ++i) {
         FeatureGuard const guard(m_results[i], m_features);
         success = pricer->price(contract, model);

@@ -24,8 +24,8 @@ struct ContractLadderResults {
     Results results;
 };
 
-/// The places of one feature in a contract, which keeps them alive, and the numbers that stand there
-/// without a shift. A name that the contract does not have has no place.
+/// The places of one feature in a contract, which keeps them alive, and the numbers that stand
+/// there without a shift. A name that the contract does not have has no place.
 struct ContractFeature {
     std::vector<double*> places;
     std::vector<double> originals;

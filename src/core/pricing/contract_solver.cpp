@@ -40,15 +40,18 @@ double grid_value(ContractSolverFeature const& feature, std::uint64_t k) {
 /// All combinations, the last feature turning fastest.
 std::vector<ContractLadderResults> make_points(std::vector<ContractSolverFeature> const& features) {
     std::vector<ContractLadderResults> points(count_points(features));
-    for (std::uint64_t i = 0; i < points.size(); ++i) {
-        std::uint64_t rest = i;
-        for (auto feature = features.rbegin(); feature != features.rend(); ++feature) {
-            if (feature->size == 0) continue;
+    std::uint64_t rank = 0;
+    for (auto& point : points) {
+        std::uint64_t rest = rank++;
+        for (std::size_t k = features.size(); k-- > 0;) {
+            auto const& feature = features[k];
+            if (feature.size == 0) continue;
+            MarketDataShift const shift{.kind = MarketDataShift::Kind::assignment,
+                                        .unit = MarketDataShift::Unit::none,
+                                        .value = grid_value(feature, rest % feature.size)};
             // Relied on: of two features with one name, the later one in the list counts
-            points[i].shifts.try_emplace(feature->name, MarketDataShift::Kind::assignment,
-                                         MarketDataShift::Unit::none,
-                                         grid_value(*feature, rest % feature->size));
-            rest /= feature->size;
+            point.shifts.try_emplace(feature.name, shift);
+            rest /= feature.size;
         }
     }
     return points;
@@ -68,7 +71,8 @@ bool ContractSolver::run(Contract::Contract& contract, Modeling::Model* model) {
 
     std::vector<ContractLadderResults const*> sorted;
     for (auto const& point : ladder.c_get_results()) sorted.push_back(&point);
-    if (std::ranges::any_of(sorted, [](double price) { return std::isnan(price); }, price_of))
+    if (std::ranges::any_of(
+            sorted, [](double price) { return std::isnan(price); }, price_of))
         return fail("Bounds too tight");
     std::ranges::sort(sorted, {}, price_of);
     auto const above = std::ranges::upper_bound(sorted, m_results.target, {}, price_of);
@@ -86,6 +90,7 @@ void ContractSolver::_interpolate(ContractLadderResults const& below,
     double const p0 = m_results.lower_price = price_of(&below);
     double const p1 = m_results.upper_price = price_of(&above);
     for (auto& feature : m_results.features) {
+        // Relied on: a feature of size 0 beside others has no value here, which raises "map::at"
         double const x0 = below.shifts.at(feature.name).value;
         double const x1 = above.shifts.at(feature.name).value;
         feature.root = x0 + (m_results.target - p0) * (x1 - x0) / (p1 - p0);

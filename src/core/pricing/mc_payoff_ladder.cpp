@@ -72,8 +72,7 @@ bool MCThreadPayoffLadder::_compute_price(std::uint64_t trial) {
 
 void MCThreadPayoffLadder::_agregate_thread_results() {
     auto& points = m_pricer->get_extented_results();
-    for (std::size_t i = 0; i < m_points.size(); ++i)
-        points[i].results.price += m_points[i].price;
+    for (std::size_t i = 0; i < m_points.size(); ++i) points[i].results.price += m_points[i].price;
 }
 
 }  // namespace ximCORE::Pricing

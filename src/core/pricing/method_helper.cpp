@@ -2,6 +2,7 @@
 
 #include "core/modeling/mc_helper.hpp"
 #include "core/modeling/model.hpp"
+#include "core/modeling/pde_helper.hpp"
 #include "core/pricing/options.hpp"
 
 namespace ximCORE::Pricing {
@@ -13,6 +14,7 @@ Modeling::Helper* safe_new_method_helper(Modeling::Model* model) {
         case PricingMethod::AUTOMATIC_ADJOINT_DIFFERENTIATION:
             return model->safe_new_MC_helper();
         case PricingMethod::FINITE_DIFFERENCE:
+            return model->safe_new_PDE_helper();
         case PricingMethod::STATIC_REPLICATION:
             break;
     }
@@ -27,6 +29,8 @@ void safe_delete_method_helper(Modeling::Model* model) {
             model->safe_delete_MC_helper();
             break;
         case PricingMethod::FINITE_DIFFERENCE:
+            model->safe_delete_PDE_helper();
+            break;
         case PricingMethod::STATIC_REPLICATION:
             break;
     }

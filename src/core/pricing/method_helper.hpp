@@ -1,4 +1,5 @@
-// The model's helper of the pricing method in the settings: what a ladder sets before its engine runs.
+// The model's helper of the pricing method in the settings: what a ladder sets before its engine
+// runs.
 
 #pragma once
 

@@ -20,8 +20,8 @@ struct ModelLadderResults {
 class ModelLadder final : public IPricer {
  public:
     /// Prices the points in order, with the engine of the settings. The first point that fails ends
-    /// the ladder with false: those behind it have no results. The scenario is left as it was found,
-    /// but for what an engine leaves there when a calibration under a bump fails.
+    /// the ladder with false: those behind it have no results. The scenario is left as it was
+    /// found, but for what an engine leaves there when a calibration under a bump fails.
     [[nodiscard]] bool run_internal(Contract::Contract& contract, Modeling::Model* model) override;
 
     /// Element 0 is the central point, without items. Filled by the caller before the run.

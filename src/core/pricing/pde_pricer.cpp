@@ -29,6 +29,16 @@ bool refuse(char const* reason) {
     return false;
 }
 
+bool contains_reference(Contract::CashFlow& cashflow) {
+    std::vector<Contract::AmountPlace> places;
+    Contract::Harvest harvest;
+    harvest.amounts = &places;
+    std::ignore = cashflow.accumulate(harvest);  // only a walk for everything can fail
+    return std::ranges::any_of(places, [](auto const& place) {
+        return dynamic_cast<Contract::RefAmount const*>(place.amount->get()) != nullptr;
+    });
+}
+
 bool is_on_grid(Contract::Fixing const& fixing) {
     auto const is_equity_like = [](auto const& underlying) {
         return underlying != nullptr && underlying->c_is_equity_like();
@@ -37,12 +47,15 @@ bool is_on_grid(Contract::Fixing const& fixing) {
            (fixing.c_get_conversion() == nullptr || is_equity_like(fixing.c_get_conversion()));
 }
 
-void warn_of_discounts(PDEHelper const& helper) {
+/// What a caller may not expect of the grid.
+void warn_of_limits(PDEHelper& helper) {
     auto const& factors = helper.c_get_discount_factors();
     bool const is_discounted = std::any_of(factors.begin(), factors.end(),
                                            [](double x) { return std::abs(x - 1.0) > 1e-12; });
-    if (is_discounted)
-        Log::s_log(Log::Level::WARNING, "Finite difference does not discount payments");
+    if (is_discounted) helper.warn_once("Finite difference does not discount payments");
+    auto const& x = helper.c_get_grid();
+    if (x[x.size() - 1] < 0.0)
+        helper.warn_once("Finite difference grid does not reach the forward");
 }
 
 /// Twice the time step while it lives.
@@ -75,9 +88,7 @@ bool PDEPricer::_prepare_contract(Contract::Contract const& contract) {
     if (m_information.equity_like_underlyings.size() > 1)
         return refuse("Because it contains multiple underlyings");
     auto& cashflow = *contract.c_get_cashflow();
-    std::vector<Contract::RefAmount*> references;
-    cashflow.accumulate_references(references);
-    if (!references.empty()) return refuse("Because it contains a reference");
+    if (contains_reference(cashflow)) return refuse("Because it contains a reference");
     std::vector<Contract::Fixing const*> fixings;
     cashflow.c_accumulate_fixings(fixings);
     return std::ranges::all_of(fixings, [](auto const* fixing) { return is_on_grid(*fixing); }) ||
@@ -95,7 +106,7 @@ bool PDEPricer::run_core(Contract::Contract& contract, Modeling::Model* model) {
         return value;
     };
     helper->switch_to_central();
-    warn_of_discounts(*helper);
+    warn_of_limits(*helper);
     double const central = value_now();
     m_results.price += central;
     for (auto const* greek : Greeks::evaluation_order) {

@@ -20,7 +20,8 @@ namespace ximCORE::Pricing {
 class IPDEPricer : public PDEPricerOptions {};
 
 /// Contracts on one equity-like underlying at most, whose amounts refer to no name. Payments are
-/// not discounted: a WARNING says so when a discount factor is not 1. All on the caller's thread.
+/// not discounted: a WARNING says so when a discount factor is not 1, another one when the forward
+/// lies outside the grid (a low quantile level). All on the caller's thread.
 class PDEPricer final : public Pricer {
  protected:
     /// Refuses, after an ERROR record, what a grid of one dimension cannot hold.

@@ -13,6 +13,7 @@
 #include "core/modeling/helper.hpp"
 #include "core/modeling/model.hpp"
 #include "core/pricing/mc_pricer.hpp"
+#include "core/pricing/pde_pricer.hpp"
 
 namespace ximCORE::Pricing {
 
@@ -259,9 +260,14 @@ void Pricer::_prepare_greek(Greek const& greek) {
 }
 
 std::unique_ptr<Pricer> get_pricer() {
-    if (PricerOptions::s_options.method == PricingMethod::MONTE_CARLO)
-        return std::make_unique<MCPricer>();
-    return nullptr;
+    switch (PricerOptions::s_options.method) {
+        case PricingMethod::MONTE_CARLO:
+            return std::make_unique<MCPricer>();
+        case PricingMethod::FINITE_DIFFERENCE:
+            return std::make_unique<PDEPricer>();
+        default:
+            return nullptr;
+    }
 }
 
 }  // namespace ximCORE::Pricing

@@ -51,7 +51,7 @@ std::int64_t days_before_month(std::uint8_t month) {
 }
 
 std::string local_time_text(long long seconds) {
-    std::time_t const time = static_cast<std::time_t>(seconds);
+    auto const time = static_cast<std::time_t>(seconds);
     char const* const text = std::ctime(&time);
     if (text == nullptr) {
         throw std::logic_error("Time without a date");
@@ -281,9 +281,8 @@ bool Date::s_make_schedule(Date const& start, Date const& end, DateShift const& 
         return false;
     }
     Date current(start);
-    Date const last(end);
     std::vector<Date> schedule{current};
-    while (current < last) {
+    while (current < end) {
         Date const next = current.c_shift(shift);
         if (next <= current) {
             // Relied on: the text of the start stands twice in this message
@@ -295,8 +294,8 @@ bool Date::s_make_schedule(Date const& start, Date const& end, DateShift const& 
         current = next;
         schedule.push_back(current);
     }
-    if (schedule.back() > last) {
-        schedule.back() = last;
+    if (schedule.back() > end) {
+        schedule.back() = end;
     }
     dates = std::move(schedule);
     return true;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <ranges>
 #include <string>
 
 #include "dsl/products/basket.hpp"
@@ -118,8 +117,8 @@ bool Autocall::build() {
     auto const fault = find_fault(*this);
     if (!fault.empty()) return refuse(fault);
     auto contract = make_final_payment(*this);
-    for (auto const& statement : Schedule | std::views::reverse) {
-        contract = make_observation(*this, statement, contract);
+    for (auto statement = Schedule.rbegin(); statement != Schedule.rend(); ++statement) {
+        contract = make_observation(*this, *statement, contract);
     }
     if (BonusCouponWithMemory) contract = Set("BonusCoupon", Cst(0.0f)) & contract;
     return encode(contract);

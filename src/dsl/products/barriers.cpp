@@ -1,6 +1,4 @@
 // Ready products: options that come to life or die at a barrier.
-#include <ranges>
-
 #include "dsl/products/payoffs.hpp"
 #include "ximAPI/products/examples.hpp"
 
@@ -23,8 +21,8 @@ CashFlowPtr along(std::vector<std::string> const& schedule, MakeEvent const& mak
                   MakeBranches const& make_branches) {
     if (schedule.empty()) return End();
     CashFlowPtr rest = make_branches().at_end;
-    for (auto const& date : schedule | std::views::reverse) {
-        rest = If(make_event(date), 0.0f)(make_branches().at_event, rest);
+    for (auto date = schedule.rbegin(); date != schedule.rend(); ++date) {
+        rest = If(make_event(*date), 0.0f)(make_branches().at_event, rest);
     }
     return rest;
 }

@@ -6,10 +6,18 @@ namespace ximAPI {
 
 using namespace ximDSL;
 
+namespace {
+
+/// The share that is paid instead of the coupon is the coupon over the strike.
+constexpr char const* c_no_strike = "Reverse convertible without strike";
+
+}  // namespace
+
 ReverseConvertibleExample::ReverseConvertibleExample() = default;
 ReverseConvertibleExample::~ReverseConvertibleExample() = default;
 
 bool ReverseConvertibleExample::build() {
+    if (Strike == 0.0f) return refuse(c_no_strike);
     auto const level = spot(Ticker, MaturityDate);
     return encode(
         If(level > Strike, 0.0f)(Pay(Coupon, MaturityDate, PaymentCurrency),
@@ -20,6 +28,7 @@ BarrierReverseConvertibleExample::BarrierReverseConvertibleExample() = default;
 BarrierReverseConvertibleExample::~BarrierReverseConvertibleExample() = default;
 
 bool BarrierReverseConvertibleExample::build() {
+    if (Strike == 0.0f) return refuse(c_no_strike);
     auto const level = spot(Ticker, MaturityDate);
     return encode(If(level > BarrierLevel, 0.0f)(
         Pay(Coupon, MaturityDate, PaymentCurrency),

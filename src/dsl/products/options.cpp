@@ -1,6 +1,4 @@
 // Ready products: options on one fixing, on an average, on a basket, and with a choice of dates.
-#include <ranges>
-
 #include "dsl/products/basket.hpp"
 #include "dsl/products/payoffs.hpp"
 #include "ximAPI/products/examples.hpp"
@@ -36,9 +34,9 @@ AmericanOptionExample::~AmericanOptionExample() = default;
 
 bool AmericanOptionExample::build() {
     auto contract = End();
-    for (auto const& date : Schedule | std::views::reverse) {
-        auto const payoff = option(PayoffKind, spot(Ticker, date), CstRef("Strike", Strike));
-        contract = Either(date, 1)({Pay(payoff, date, PaymentCurrency), contract});
+    for (auto date = Schedule.rbegin(); date != Schedule.rend(); ++date) {
+        auto const payoff = option(PayoffKind, spot(Ticker, *date), CstRef("Strike", Strike));
+        contract = Either(*date, 1)({Pay(payoff, *date, PaymentCurrency), contract});
     }
     return encode(contract);
 }

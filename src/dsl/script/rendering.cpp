@@ -17,8 +17,11 @@ bool is_continuation(char character) {
 }
 
 std::string_view line_of(std::string_view script, std::size_t number) {
-    for (; number > 1; --number)
-        script.remove_prefix(std::min(script.size(), script.find('\n')) + 1);
+    for (; number > 1; --number) {
+        auto const end = script.find('\n');
+        if (end == std::string_view::npos) return {};
+        script.remove_prefix(end + 1);
+    }
     return script.substr(0, script.find('\n'));
 }
 
@@ -40,7 +43,7 @@ std::vector<std::string> characters_of(std::string_view line) {
 /// The line, or the part of a long one round the column, and a caret below the column.
 std::string show_place(std::string_view script, ScriptRemark const& remark) {
     auto const characters = characters_of(line_of(script, remark.line));
-    auto const column = remark.column - 1;
+    auto const column = std::max<std::size_t>(remark.column, 1) - 1;
     auto const first = column < max_width * 3 / 4 ? 0 : column - max_width / 2;
     auto const last = std::min(characters.size(), first + max_width);
     std::string text = indent;

@@ -2,11 +2,7 @@
 
 #include <cmath>
 
-#include "api/plug.hpp"
 #include "api/route_call.hpp"
-#include "core/contract/contract.hpp"
-#include "core/modeling/mc_helper.hpp"
-#include "core/pricing/options.hpp"
 #include "support/precompiled.hpp"
 
 namespace {
@@ -279,40 +275,6 @@ TEST(GetPrice, WorstOfOfTwoAssetsAgreesWithTheFormulaOfMargrabe) {
     double const total = std::sqrt(2.0) * c_volatility;
     double const exchange = 2.0 * cumulative(0.5 * total) - 1.0;
     expect_within_errors(answer.price(), 1.0 - exchange);
-}
-
-TEST(PlugPricing, PercentBecomeFractionsAndDirectionsAreSigned) {
-    ximAPI::Pricer pricer;
-    pricer.MonteCarloConfidenceLevel = 97.5F;
-    pricer.MonteCarloAntitheticFactor = 30.0F;
-    pricer.DeltaDirection = ximAPI::GreekDirection::LEFT;
-    pricer.VegaDirection = ximAPI::GreekDirection::RIGHT;
-    pricer.CegaDirection = ximAPI::GreekDirection::LEFT;
-    pricer.ComputeDelta = true;
-    pricer.MonteCarloSeed = -1;
-    ximAPI::Toolkit::plug_pricing_parameters(pricer);
-    auto const& options = ximCORE::Pricing::PricerOptions::s_options;
-    EXPECT_NEAR(ximCORE::Pricing::MCPricerOptions::s_options.confidence_level, 0.975, 1e-15);
-    EXPECT_NEAR(ximCORE::Pricing::MCPricerOptions::s_options.antithetic_factor, 0.3, 1e-15);
-    EXPECT_EQ(options.greeks.delta.direction, -1);
-    EXPECT_EQ(options.greeks.vega.direction, 1);
-    EXPECT_EQ(options.greeks.cega.direction, 0);
-    EXPECT_FALSE(options.greeks.delta.activate) << "the master switch is off";
-    EXPECT_EQ(ximCORE::Modeling::MCHelper::s_seed, 0xFFFFFFFFFFFFFFFFULL);
-}
-
-TEST(PlugPricing, TheTwoBumpsOfTheVannaArriveCrossed) {
-    ximAPI::Pricer pricer;
-    pricer.VannaVolatilityBump = 2.0F;
-    pricer.VannaSpotBump = 3.0F;
-    pricer.XVannaVolatilityBump = 4.0F;
-    pricer.XVannaSpotBump = 5.0F;
-    ximAPI::Toolkit::plug_pricing_parameters(pricer);
-    auto const& greeks = ximCORE::Pricing::PricerOptions::s_options.greeks;
-    EXPECT_EQ(greeks.vanna.spot_bump, 2.0);
-    EXPECT_EQ(greeks.vanna.vol_bump, 3.0);
-    EXPECT_EQ(greeks.xvanna.spot_bump, 5.0);
-    EXPECT_EQ(greeks.xvanna.vol_bump, 4.0);
 }
 
 }  // namespace

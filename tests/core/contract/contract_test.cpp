@@ -38,8 +38,9 @@ TEST_F(ContractObject, ASharedEventStaysSharedWhereNothingHangsOnIt) {
     int const event = encoder.above(encoder.spot("A", "2023-07-02"), 100);
     int const one = encoder.pay(encoder.number(1), "2024-01-01");
     int const two = encoder.pay(encoder.number(2), "2024-01-01");
-    auto const on = contract(encoder, encoder.both(encoder.condition(event, one, encoder.nothing()),
-                                                   encoder.condition(event, two, encoder.nothing())));
+    auto const on =
+        contract(encoder, encoder.both(encoder.condition(event, one, encoder.nothing()),
+                                       encoder.condition(event, two, encoder.nothing())));
     std::vector<Event*> barriers;
     on.c_get_cashflow()->accumulate_barriers(barriers);
     ASSERT_EQ(barriers.size(), 2U);
@@ -57,7 +58,8 @@ class Observing : public ContractCase {
         Encoder encoder;
         int number = 0;
         for (auto const* date : {"2022-12-31", "2023-01-01", "2023-07-02"}) {
-            int const ratio = encoder.a(1, payload(encoder.spot("A", date), encoder.spot("A", "2022-12-01")));
+            int const ratio =
+                encoder.a(1, payload(encoder.spot("A", date), encoder.spot("A", "2022-12-01")));
             encoder.tree.nodes.push_back({'o', number++, 0, payload(date, ratio)});
         }
         std::vector<Observable::Item> items;
@@ -76,7 +78,8 @@ TEST_F(Observing, AsksForTodaysFixingEvenIntraday) {
 
 TEST_F(Observing, IsIncompleteWhileAnUnderlyingIsUnknown) {
     Encoder encoder;
-    encoder.tree.nodes.push_back({'o', 0, 0, payload("2023-07-02", encoder.spot("NEW", "2023-07-02"))});
+    encoder.tree.nodes.push_back(
+        {'o', 0, 0, payload("2023-07-02", encoder.spot("NEW", "2023-07-02"))});
     std::vector<Observable::Item> items;
     ASSERT_TRUE(reflect_observations(encoder.tree, items));
     ASSERT_TRUE(observable.set(std::move(items)));
@@ -93,8 +96,9 @@ TEST_F(Observing, EachItemIsAvailableOrNot) {
     EXPECT_NEAR(items[0].value, 1.1, 1e-12);
     EXPECT_FALSE(items[1].available);
     EXPECT_EQ(items[1].value, 0.0);
-    EXPECT_THAT(errors(), ElementsAre("Cannot find spot at '2023-01-01' for underlying with ticker 'A'",
-                                      "Cannot find spot at '2023-07-02' for underlying with ticker 'A'"));
+    EXPECT_THAT(errors(),
+                ElementsAre("Cannot find spot at '2023-01-01' for underlying with ticker 'A'",
+                            "Cannot find spot at '2023-07-02' for underlying with ticker 'A'"));
 }
 
 TEST_F(Observing, RefusesNoItemsAndItemsWithoutAmount) {

@@ -1,5 +1,5 @@
-// Contracts for the tests of the runtime tree: written node by node in the encoded form, read by the reflection, and evaluated
-// on a grid that is filled by hand.
+// Contracts for the tests of the runtime tree: written node by node in the encoded form, read by
+// the reflection, and evaluated on a grid that is filled by hand.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -70,7 +70,8 @@ class Encoder {
     int buy(std::string const& date, double quantity, int cashflow, int sign = 1) {
         return c(4, payload(date, quantity, cashflow, sign));
     }
-    int pay(int amount, std::string const& date, std::string const& currency = "EUR", int sign = 1) {
+    int pay(int amount, std::string const& date, std::string const& currency = "EUR",
+            int sign = 1) {
         return c(5, payload(amount, date, currency, sign));
     }
     int nothing() { return c(6, "0"); }
@@ -111,7 +112,8 @@ class Path {
         for (auto const* underlying : information.equity_like_underlyings)
             for (auto const* fixing : information.fixing_dates)
                 if (underlying->c_get_ticker() == ticker && *fixing == Toolbox::Date(date))
-                    grid.get_equity_like(*fixing, static_cast<Data::EquityLikeUnderlying&>(*underlying->c_get_impl()))
+                    grid.get_equity_like(*fixing, static_cast<Data::EquityLikeUnderlying&>(
+                                                      *underlying->c_get_impl()))
                         .value = level;
         return *this;
     }
@@ -125,7 +127,8 @@ class Path {
     double flow(std::string const& date) {
         run();
         for (auto const* payment : information.payment_dates)
-            if (*payment == Toolbox::Date(date)) return flows.get(static_cast<std::uint64_t>(payment->c_get_payment_rank()));
+            if (*payment == Toolbox::Date(date))
+                return flows.get(static_cast<std::uint64_t>(payment->c_get_payment_rank()));
         ADD_FAILURE() << "no payment at " << date;
         return 0.0;
     }
@@ -156,10 +159,14 @@ class ContractCase : public MarketTest {
         Pricing::PricerOptions::s_options.smoothing = Pricing::SmoothingType::NONE;
     }
 
-    static void smooth(Pricing::SmoothingType type) { Pricing::PricerOptions::s_options.smoothing = type; }
+    static void smooth(Pricing::SmoothingType type) {
+        Pricing::PricerOptions::s_options.smoothing = type;
+    }
     static void quote(std::string const& ticker, std::string const& date, double level) {
         auto const asset = cache().get_underlying(ticker, Data::Level::silent);
-        cache().get_spot(Date(date), asset.get(), Data::Level::silent)->set_val(static_cast<float>(level));
+        cache()
+            .get_spot(Date(date), asset.get(), Data::Level::silent)
+            ->set_val(static_cast<float>(level));
     }
     Path path(std::shared_ptr<CashFlow> const& root) const { return Path(root, today, *eur); }
     Path path(Encoder& encoder, int root) const { return path(encoder.read(root)); }
@@ -190,7 +197,9 @@ class Listener final : public EventManager {
     }
     void add_End(Nothing const*) override { heard.emplace_back("end"); }
     void add_If(If const*, bool const* truth) override { hear("if", "", truth); }
-    void add_Either(Either const*, unsigned long long const* index) override { hear("either", "", index); }
+    void add_Either(Either const*, unsigned long long const* index) override {
+        hear("either", "", index);
+    }
     void add_Fixing(Fixing const*, double const* level) override { hear("fixing", "", level); }
     void add_RefAmountSetter(RefAmountSetter const* setter, double const* value) override {
         hear("set", setter->c_get_name(), value);

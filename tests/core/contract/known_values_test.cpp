@@ -31,7 +31,8 @@ TEST_F(Known, APaymentMultipliesIntoItsArgument) {
     int const payment = encoder.pay(known(encoder), "2024-01-01", "EUR", -1);
     EXPECT_EQ(value(encoder, payment), -101.0);
     EXPECT_EQ(value(encoder, payment, 2.0), -202.0);
-    EXPECT_EQ(value(encoder, encoder.buy("2023-07-02", 5, payment)), -101.0);  // before the purchase is folded in
+    EXPECT_EQ(value(encoder, encoder.buy("2023-07-02", 5, payment)),
+              -101.0);  // before the purchase is folded in
 }
 
 TEST_F(Known, APaymentInAnotherCurrencyNeedsTheRateOfItsDate) {
@@ -55,7 +56,10 @@ TEST_F(Known, AListIsTheSumOfItsMembers) {
     Encoder encoder;
     int const one = encoder.pay(encoder.number(1), "2024-01-01");
     int const missing = encoder.pay(unknown(encoder), "2024-01-01");
-    EXPECT_EQ(value(encoder, encoder.both(one, encoder.both(one, encoder.pay(known(encoder), "2024-01-01")))), 103.0);
+    EXPECT_EQ(
+        value(encoder,
+              encoder.both(one, encoder.both(one, encoder.pay(known(encoder), "2024-01-01")))),
+        103.0);
     EXPECT_EQ(value(encoder, encoder.both(one, encoder.both(missing, one))), std::nullopt);
 }
 
@@ -63,7 +67,8 @@ TEST_F(Known, NothingAndASettingAreZero) {
     Encoder encoder;
     EXPECT_EQ(value(encoder, encoder.nothing()), 0.0);
     EXPECT_EQ(value(encoder, encoder.set("x", unknown(encoder))), 0.0);
-    EXPECT_EQ(value(encoder, encoder.both(encoder.set("x", encoder.number(1)), encoder.pay(encoder.number(4), "2024-01-01"))),
+    EXPECT_EQ(value(encoder, encoder.both(encoder.set("x", encoder.number(1)),
+                                          encoder.pay(encoder.number(4), "2024-01-01"))),
               4.0);
 }
 
@@ -79,7 +84,8 @@ TEST_F(Known, AConditionIsItsBranchAndNeedsOnlyThat) {
     int const open = encoder.above(unknown(encoder), 100);
     int const one = encoder.pay(encoder.number(1), "2024-01-01");
     int const missing = encoder.pay(unknown(encoder), "2024-01-01");
-    EXPECT_EQ(value(encoder, encoder.condition(yes, one, missing), 7.0), 1.0);  // set, not multiplied
+    EXPECT_EQ(value(encoder, encoder.condition(yes, one, missing), 7.0),
+              1.0);  // set, not multiplied
     EXPECT_EQ(value(encoder, encoder.condition(no, missing, one)), 1.0);
     EXPECT_EQ(value(encoder, encoder.condition(yes, missing, one)), std::nullopt);
     EXPECT_EQ(value(encoder, encoder.condition(open, one, one)), std::nullopt);
@@ -92,7 +98,8 @@ TEST_F(Known, SmoothingScalesItsWidthsByTheGapOfTheBranches) {
     int const event = encoder.above(known(encoder), 100);  // 1 above the barrier
     int const then = encoder.pay(encoder.number(7), "2024-01-01");
     int const otherwise = encoder.pay(encoder.number(3), "2024-01-01");
-    int const root = encoder.condition(event, then, otherwise, 0.5, 0.5);  // times the gap: 2 on either side
+    int const root =
+        encoder.condition(event, then, otherwise, 0.5, 0.5);  // times the gap: 2 on either side
     EXPECT_EQ(value(encoder, root), 7.0);
     smooth(SmoothingType::SYMETRIC);
     EXPECT_EQ(value(encoder, root), 4.0 * 0.75 + 3.0);
@@ -107,7 +114,10 @@ TEST_F(Known, ASmoothedConditionWithAnUnknownBranchIsThePlainOne) {
     Encoder encoder;
     int const event = encoder.above(known(encoder), 100);
     int const then = encoder.pay(encoder.number(7), "2024-01-01");
-    EXPECT_EQ(value(encoder, encoder.condition(event, then, encoder.pay(unknown(encoder), "2024-01-01"), 0.5, 0.5)), 7.0);
+    EXPECT_EQ(
+        value(encoder, encoder.condition(event, then, encoder.pay(unknown(encoder), "2024-01-01"),
+                                         0.5, 0.5)),
+        7.0);
 }
 
 TEST_F(Known, AChoiceIsKnownWhenAllItsAlternativesAreAndSetsNothing) {

@@ -1,31 +1,10 @@
-#include "core/contract/contract_test_case.hpp"
+#include "core/contract/moving_case.hpp"
 
 namespace ximCORE::Testing {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-/// The valuation date is 2023-01-01; A has fixed 123 on 2022-12-01 and 110 on 2023-01-01.
-class Moving : public ContractCase {
- protected:
-    Moving() {
-        quote("A", "2022-12-01", 123);
-        quote("A", "2023-01-01", 110);
-    }
-    /// The text of the contract after it has moved to `date`.
-    std::string moved(Encoder& encoder, int root, std::string const& date = "2023-01-01",
-                      FixingOverrides const& fixings = {}) {
-        auto on = contract(encoder, root);
-        EXPECT_TRUE(on.move(Date(date), fixings, &listener));
-        EXPECT_EQ(on.c_get_date(), Date(date));
-        return text(on);
-    }
-    int past_spot(Encoder& encoder) { return encoder.spot("A", "2022-12-01"); }
-    int future_spot(Encoder& encoder) { return encoder.spot("A", "2023-07-02"); }
-
-    Listener listener;
-};
 
 TEST_F(Moving, APaymentOnTheDateIsGoneUnlessItIsOpenIntraday) {
     Encoder encoder;
@@ -76,14 +55,16 @@ TEST_F(Moving, AMissingPastFixingEndsTheMove) {
     Encoder encoder;
     auto on = contract(encoder, encoder.pay(encoder.spot("B", "2022-12-01"), "2024-01-01"));
     EXPECT_FALSE(on.move(today, {}, nullptr));
-    EXPECT_THAT(errors(), ElementsAre("Cannot find spot at '2022-12-01' for underlying with ticker 'B'",
-                                      "Cannot find fixing"));
+    EXPECT_THAT(errors(),
+                ElementsAre("Cannot find spot at '2022-12-01' for underlying with ticker 'B'",
+                            "Cannot find fixing"));
 }
 
 TEST_F(Moving, AGivenFixingWinsOverAStoredOneAndWorksForAFutureDate) {
     Encoder encoder;
     auto const asset = cache().get_underlying("A", Data::Level::silent);
-    FixingOverrides const fixings{{Date("2022-12-01"), asset.get(), 7.0}, {Date("2023-07-02"), asset.get(), 8.0}};
+    FixingOverrides const fixings{{Date("2022-12-01"), asset.get(), 7.0},
+                                  {Date("2023-07-02"), asset.get(), 8.0}};
     int const amount = encoder.a(5, payload(past_spot(encoder), future_spot(encoder)));
     EXPECT_EQ(moved(encoder, encoder.pay(amount, "2024-01-01"), "2023-01-01", fixings),
               "Pay(-1, \"2024-01-01\", \"EUR\")");
@@ -93,8 +74,9 @@ TEST_F(Moving, AGivenFixingOfAnotherDateOrUnderlyingIsNotTaken) {
     Encoder encoder;
     auto const other = cache().get_underlying("B", Data::Level::silent);
     auto const asset = cache().get_underlying("A", Data::Level::silent);
-    FixingOverrides const fixings{
-        {Date("2022-12-01"), other.get(), 7.0}, {Date("2022-12-02"), asset.get(), 8.0}, {Date("2022-12-01"), nullptr, 9.0}};
+    FixingOverrides const fixings{{Date("2022-12-01"), other.get(), 7.0},
+                                  {Date("2022-12-02"), asset.get(), 8.0},
+                                  {Date("2022-12-01"), nullptr, 9.0}};
     EXPECT_EQ(moved(encoder, encoder.pay(past_spot(encoder), "2024-01-01"), "2023-01-01", fixings),
               "Pay(123, \"2024-01-01\", \"EUR\")");
 }
@@ -121,7 +103,8 @@ TEST_F(Moving, NamedConstantsStayUntilTheirObservationIsPast) {
     Encoder encoder;
     int const constant = encoder.ref("x", 3);
     int const open = encoder.pay(encoder.mul(constant, future_spot(encoder)), "2024-01-01");
-    EXPECT_EQ(moved(encoder, open), "Pay(CstRef(\"x\", 3) * Spot(\"A\", \"2023-07-02\"), \"2024-01-01\", \"EUR\")");
+    EXPECT_EQ(moved(encoder, open),
+              "Pay(CstRef(\"x\", 3) * Spot(\"A\", \"2023-07-02\"), \"2024-01-01\", \"EUR\")");
     int const event = encoder.greater(past_spot(encoder), encoder.ref("barrier", 100));
     EXPECT_EQ(moved(encoder, encoder.condition(event, open, encoder.nothing())),
               "Pay(CstRef(\"x\", 3) * Spot(\"A\", \"2023-07-02\"), \"2024-01-01\", \"EUR\")");
@@ -131,10 +114,11 @@ TEST_F(Moving, NamedConstantsStayUntilTheirObservationIsPast) {
 
 TEST_F(Moving, ARedeemedContractLosesItsLaterObservations) {
     Encoder encoder;
-    int const later = encoder.condition(encoder.above(future_spot(encoder), 100), encoder.pay(encoder.number(2), "2024-01-01"),
-                                        encoder.nothing());
-    int const root =
-        encoder.condition(encoder.above(past_spot(encoder), 100), encoder.pay(encoder.number(1), "2023-06-01"), later);
+    int const later =
+        encoder.condition(encoder.above(future_spot(encoder), 100),
+                          encoder.pay(encoder.number(2), "2024-01-01"), encoder.nothing());
+    int const root = encoder.condition(encoder.above(past_spot(encoder), 100),
+                                       encoder.pay(encoder.number(1), "2023-06-01"), later);
     EXPECT_EQ(moved(encoder, root), "Pay(1, \"2023-06-01\", \"EUR\")");
     EXPECT_THAT(listener.heard, ElementsAre("if 1"));
 }
@@ -143,25 +127,30 @@ TEST_F(Moving, AnOpenConditionMovesBothBranches) {
     Encoder encoder;
     int const event = encoder.above(future_spot(encoder), 100);
     int const then = encoder.pay(encoder.number(1), "2022-12-31");
-    EXPECT_EQ(moved(encoder, encoder.condition(event, then, encoder.pay(past_spot(encoder), "2024-01-01"))),
-              "If(Spot(\"A\", \"2023-07-02\") > 100) (\n    End(),\n    Pay(123, \"2024-01-01\", \"EUR\")\n)");
+    EXPECT_EQ(moved(encoder,
+                    encoder.condition(event, then, encoder.pay(past_spot(encoder), "2024-01-01"))),
+              "If(Spot(\"A\", \"2023-07-02\") > 100) (\n    End(),\n    Pay(123, \"2024-01-01\", "
+              "\"EUR\")\n)");
     EXPECT_EQ(moved(encoder, encoder.condition(event, then, then)), "End()");
 }
 
 TEST_F(Moving, TodaysBarrierIsOpenIntraday) {
     Encoder encoder;
     int const event = encoder.greater(encoder.spot("A", "2023-01-01"), encoder.ref("barrier", 100));
-    int const root = encoder.condition(event, encoder.pay(encoder.number(1), "2024-01-01"), encoder.nothing());
+    int const root =
+        encoder.condition(event, encoder.pay(encoder.number(1), "2024-01-01"), encoder.nothing());
     EXPECT_EQ(moved(encoder, root), "Pay(1, \"2024-01-01\", \"EUR\")");
     Contract::s_intraday.IntradayFixings = true;
-    EXPECT_EQ(moved(encoder, root).substr(0, 45), "If(Spot(\"A\", \"2023-01-01\") > CstRef(\"barrier\"");
+    EXPECT_EQ(moved(encoder, root).substr(0, 45),
+              "If(Spot(\"A\", \"2023-01-01\") > CstRef(\"barrier\"");
 }
 
 // Names
 
 TEST_F(Moving, AKnownSettingStandsInFrontOfTheRoot) {
     Encoder encoder;
-    int const rest = encoder.pay(encoder.mul(encoder.reference("x"), future_spot(encoder)), "2024-01-01");
+    int const rest =
+        encoder.pay(encoder.mul(encoder.reference("x"), future_spot(encoder)), "2024-01-01");
     EXPECT_EQ(moved(encoder, encoder.both(encoder.set("x", past_spot(encoder)), rest)),
               "Set(\"x\", 123) &\nPay(123 * Spot(\"A\", \"2023-07-02\"), \"2024-01-01\", \"EUR\")");
     EXPECT_THAT(listener.heard, ElementsAre("set x 123"));
@@ -169,7 +158,8 @@ TEST_F(Moving, AKnownSettingStandsInFrontOfTheRoot) {
 
 TEST_F(Moving, SeveralNamesStandInFrontTheLastOneFirst) {
     Encoder encoder;
-    int const sets = encoder.both(encoder.set("a", encoder.number(1)), encoder.set("b", encoder.number(2)));
+    int const sets =
+        encoder.both(encoder.set("a", encoder.number(1)), encoder.set("b", encoder.number(2)));
     EXPECT_EQ(moved(encoder, encoder.both(sets, encoder.set("a", encoder.number(3)))),
               "Set(\"b\", 2) &\nSet(\"a\", 3) &\nEnd()");
 }
@@ -180,21 +170,24 @@ TEST_F(Moving, ASettingStillOpenStaysAndHidesTheOldValue) {
     int const open = encoder.set("x", future_spot(encoder));
     int const payment = encoder.pay(encoder.reference("x"), "2024-01-01");
     EXPECT_EQ(moved(encoder, encoder.both(old, encoder.both(payment, encoder.both(open, payment)))),
-              "Set(\"x\", 1) &\nPay(1, \"2024-01-01\", \"EUR\") &\nSet(\"x\", Spot(\"A\", \"2023-07-02\")) &\n"
+              "Set(\"x\", 1) &\nPay(1, \"2024-01-01\", \"EUR\") &\nSet(\"x\", Spot(\"A\", "
+              "\"2023-07-02\")) &\n"
               "Pay(AmountRef(\"x\"), \"2024-01-01\", \"EUR\")");
 }
 
 TEST_F(Moving, UnderAnOpenConditionASettingKeepsItsPlace) {
     Encoder encoder;
     int const event = encoder.above(future_spot(encoder), 100);
-    int const setting = encoder.set("memory", encoder.add(encoder.reference("memory"), past_spot(encoder)));
+    int const setting =
+        encoder.set("memory", encoder.add(encoder.reference("memory"), past_spot(encoder)));
     int const barrier = encoder.condition(event, setting, encoder.nothing());
     int const payment = encoder.pay(encoder.reference("memory"), "2024-01-01");
     int const first = encoder.set("memory", encoder.number(1));
-    EXPECT_EQ(moved(encoder, encoder.both(first, encoder.both(payment, encoder.both(barrier, payment)))),
-              "Set(\"memory\", 1) &\nPay(1, \"2024-01-01\", \"EUR\") &\n"
-              "If(Spot(\"A\", \"2023-07-02\") > 100) (\n    Set(\"memory\", 124),\n    End()\n) &\n"
-              "Pay(AmountRef(\"memory\"), \"2024-01-01\", \"EUR\")");
+    EXPECT_EQ(
+        moved(encoder, encoder.both(first, encoder.both(payment, encoder.both(barrier, payment)))),
+        "Set(\"memory\", 1) &\nPay(1, \"2024-01-01\", \"EUR\") &\n"
+        "If(Spot(\"A\", \"2023-07-02\") > 100) (\n    Set(\"memory\", 124),\n    End()\n) &\n"
+        "Pay(AmountRef(\"memory\"), \"2024-01-01\", \"EUR\")");
     EXPECT_THAT(listener.heard, ElementsAre("set memory 1"));
 }
 
@@ -203,30 +196,37 @@ TEST_F(Moving, ANameOpenInOneBranchIsKnownInTheOther) {
     int const event = encoder.above(future_spot(encoder), 100);
     int const payment = encoder.pay(encoder.reference("x"), "2024-01-01");
     int const then = encoder.both(encoder.set("x", encoder.number(2)), payment);
-    int const root = encoder.both(encoder.set("x", encoder.number(1)), encoder.condition(event, then, payment));
+    int const root =
+        encoder.both(encoder.set("x", encoder.number(1)), encoder.condition(event, then, payment));
     EXPECT_EQ(moved(encoder, root),
               "Set(\"x\", 1) &\nIf(Spot(\"A\", \"2023-07-02\") > 100) (\n    Set(\"x\", 2) &\n"
-              "    Pay(AmountRef(\"x\"), \"2024-01-01\", \"EUR\"),\n    Pay(1, \"2024-01-01\", \"EUR\")\n)");
+              "    Pay(AmountRef(\"x\"), \"2024-01-01\", \"EUR\"),\n    Pay(1, \"2024-01-01\", "
+              "\"EUR\")\n)");
 }
 
 TEST_F(Moving, AnOpenNameIsKnownAgainOnceItIsSetAgain) {
     Encoder encoder;
     int const event = encoder.above(future_spot(encoder), 100);
-    int const barrier = encoder.condition(event, encoder.set("x", encoder.number(2)), encoder.nothing());
+    int const barrier =
+        encoder.condition(event, encoder.set("x", encoder.number(2)), encoder.nothing());
     int const payment = encoder.pay(encoder.reference("x"), "2024-01-01");
-    int const root = encoder.both(encoder.set("x", encoder.number(1)),
-                                  encoder.both(barrier, encoder.both(encoder.set("x", encoder.number(3)), payment)));
+    int const root = encoder.both(
+        encoder.set("x", encoder.number(1)),
+        encoder.both(barrier, encoder.both(encoder.set("x", encoder.number(3)), payment)));
     EXPECT_EQ(moved(encoder, root),
-              "Set(\"x\", 3) &\nIf(Spot(\"A\", \"2023-07-02\") > 100) (\n    Set(\"x\", 2),\n    End()\n) &\n"
+              "Set(\"x\", 3) &\nIf(Spot(\"A\", \"2023-07-02\") > 100) (\n    Set(\"x\", 2),\n    "
+              "End()\n) &\n"
               "Pay(3, \"2024-01-01\", \"EUR\")");
 }
 
 TEST_F(Moving, ABarrierReadsAKnownName) {
     Encoder encoder;
     int const event = encoder.greater(future_spot(encoder), encoder.reference("level"));
-    int const barrier = encoder.condition(event, encoder.pay(encoder.number(1), "2024-01-01"), encoder.nothing());
+    int const barrier =
+        encoder.condition(event, encoder.pay(encoder.number(1), "2024-01-01"), encoder.nothing());
     EXPECT_EQ(moved(encoder, encoder.both(encoder.set("level", past_spot(encoder)), barrier)),
-              "Set(\"level\", 123) &\nIf(Spot(\"A\", \"2023-07-02\") > 123) (\n    Pay(1, \"2024-01-01\", \"EUR\"),\n"
+              "Set(\"level\", 123) &\nIf(Spot(\"A\", \"2023-07-02\") > 123) (\n    Pay(1, "
+              "\"2024-01-01\", \"EUR\"),\n"
               "    End()\n)");
 }
 
@@ -238,21 +238,26 @@ TEST_F(Moving, ANameSharedByTwoPlacesIsReadAtEachOfThem) {
         encoder.both(encoder.set("x", encoder.number(1)),
                      encoder.both(payment, encoder.both(encoder.set("x", encoder.number(5)),
                                                         encoder.pay(doubled, "2025-01-01"))));
-    EXPECT_EQ(moved(encoder, root),
-              "Set(\"x\", 5) &\nPay(2, \"2024-01-01\", \"EUR\") &\nPay(10, \"2025-01-01\", \"EUR\")");
+    EXPECT_EQ(
+        moved(encoder, root),
+        "Set(\"x\", 5) &\nPay(2, \"2024-01-01\", \"EUR\") &\nPay(10, \"2025-01-01\", \"EUR\")");
 }
 
-/// The coupon memory of a note with one observation behind and two ahead pays the same, moved or not.
+/// The coupon memory of a note with one observation behind and two ahead pays the same, moved or
+/// not.
 TEST_F(Moving, MemoryPaysTheSameBeforeAndAfterTheMove) {
     auto const encode = [](Encoder& encoder) {
         auto const observe = [&](char const* date) {
             int const event = encoder.above(encoder.spot("A", date), 115);
-            int const missed = encoder.set("memory", encoder.add(encoder.reference("memory"), encoder.number(1)));
-            int const coupon = encoder.pay(encoder.add(encoder.reference("memory"), encoder.number(1)), "2025-01-01");
-            return encoder.condition(event, encoder.both(coupon, encoder.set("memory", encoder.number(0))), missed);
+            int const missed =
+                encoder.set("memory", encoder.add(encoder.reference("memory"), encoder.number(1)));
+            int const coupon = encoder.pay(
+                encoder.add(encoder.reference("memory"), encoder.number(1)), "2025-01-01");
+            return encoder.condition(
+                event, encoder.both(coupon, encoder.set("memory", encoder.number(0))), missed);
         };
-        int const observations =
-            encoder.both(observe("2023-01-01"), encoder.both(observe("2023-07-02"), observe("2024-01-01")));
+        int const observations = encoder.both(
+            observe("2023-01-01"), encoder.both(observe("2023-07-02"), observe("2024-01-01")));
         return encoder.both(encoder.set("memory", encoder.number(0)), observations);
     };
     Encoder plain;
@@ -264,109 +269,20 @@ TEST_F(Moving, MemoryPaysTheSameBeforeAndAfterTheMove) {
     before.set("A", "2023-01-01", 110);
     for (double const second : {100.0, 120.0})
         for (double const third : {100.0, 120.0}) {
-            for (auto* each : {&before, &after}) each->set("A", "2023-07-02", second).set("A", "2024-01-01", third);
+            for (auto* each : {&before, &after})
+                each->set("A", "2023-07-02", second).set("A", "2024-01-01", third);
             double const expected = second > 115 ? (third > 115 ? 3 : 2) : (third > 115 ? 3 : 0);
             EXPECT_EQ(before.flow("2025-01-01"), expected);
             EXPECT_EQ(after.flow("2025-01-01"), expected);
         }
 }
 
-// Choices and purchases
-
-class MovingChoice : public Moving {
- protected:
-    static int choose(Encoder& encoder, std::string const& date, int first, int second) {
-        return encoder.c(2, payload(1, date, first, second));
-    }
-};
-
-TEST_F(MovingChoice, AnOpenChoiceKnowsItsFixingsAndPaysNothing) {
-    Encoder encoder;
-    int const first = encoder.pay(past_spot(encoder), "2024-01-01");
-    int const past = encoder.pay(past_spot(encoder), "2022-12-31");
-    EXPECT_EQ(moved(encoder, choose(encoder, "2023-07-02", first, past)),
-              "Either(Putable, \"2023-07-02\") ({\n    Pay(123, \"2024-01-01\", \"EUR\"),\n"
-              "    Pay(Spot(\"A\", \"2022-12-01\"), \"2022-12-31\", \"EUR\")})");
-    EXPECT_THAT(listener.heard, IsEmpty());
-}
-
-TEST_F(MovingChoice, AnOpenChoiceKeepsAPaymentOfZeroAndASetting) {
-    Encoder encoder;
-    int const zero = encoder.pay(encoder.a(26, payload(past_spot(encoder), 123)), "2024-01-01");
-    int const setting = encoder.set("x", past_spot(encoder));
-    EXPECT_EQ(moved(encoder, choose(encoder, "2023-07-02", zero, setting)),
-              "Either(Putable, \"2023-07-02\") ({\n    Pay(0, \"2024-01-01\", \"EUR\"),\n    Set(\"x\", 123)})");
-    EXPECT_THAT(listener.heard, IsEmpty());
-}
-
-TEST_F(MovingChoice, ANameSetInAnOpenChoiceIsOpenBehindIt) {
-    Encoder encoder;
-    int const payment = encoder.pay(encoder.reference("x"), "2024-01-01");
-    int const choice = choose(encoder, "2023-07-02", encoder.set("x", encoder.number(2)), payment);
-    EXPECT_EQ(moved(encoder, encoder.both(encoder.set("x", encoder.number(1)), encoder.both(choice, payment))),
-              "Set(\"x\", 1) &\nEither(Putable, \"2023-07-02\") ({\n    Set(\"x\", 2),\n"
-              "    Pay(1, \"2024-01-01\", \"EUR\")}) &\nPay(AmountRef(\"x\"), \"2024-01-01\", \"EUR\")");
-}
-
-TEST_F(MovingChoice, APassedChoiceDropsWhatIsBehindAndStays) {
-    Encoder encoder;
-    int const past = encoder.pay(encoder.number(1), "2022-12-31");
-    int const future = encoder.pay(encoder.number(2), "2024-01-01");
-    EXPECT_EQ(moved(encoder, choose(encoder, "2022-12-01", past, future)),
-              "Either(Putable, \"2022-12-01\") ({\n    End(),\n    Pay(2, \"2024-01-01\", \"EUR\")})");
-    EXPECT_EQ(moved(encoder, choose(encoder, "2022-12-01", past, past)), "End()");
-}
-
-TEST_F(MovingChoice, TodaysChoiceIsOpenIntraday) {
-    Encoder encoder;
-    int const past = encoder.pay(encoder.number(1), "2022-12-31");
-    int const choice = choose(encoder, "2023-01-01", past, past);
-    EXPECT_EQ(moved(encoder, choice), "End()");
-    Contract::s_intraday.IntradayChoices = true;
-    EXPECT_EQ(moved(encoder, choice).substr(0, 6), "Either");
-}
-
-TEST_F(MovingChoice, AConditionAndAListHandTheChoiceDown) {
-    Encoder encoder;
-    int const past = encoder.pay(encoder.number(1), "2022-12-31");
-    int const condition = encoder.condition(encoder.above(future_spot(encoder), 100), past, past);
-    EXPECT_EQ(moved(encoder, choose(encoder, "2023-07-02", encoder.both(past, past), condition)),
-              "Either(Putable, \"2023-07-02\") ({\n    Pay(1, \"2022-12-31\", \"EUR\") &\n"
-              "    Pay(1, \"2022-12-31\", \"EUR\"),\n    If(Spot(\"A\", \"2023-07-02\") > 100) (\n"
-              "        Pay(1, \"2022-12-31\", \"EUR\"),\n        Pay(1, \"2022-12-31\", \"EUR\")\n    )})");
-}
-
-TEST_F(MovingChoice, APurchaseInAChoiceMovesAsIfOutsideIt) {
-    Encoder encoder;
-    int const past = encoder.pay(encoder.number(1), "2022-12-31");
-    int const purchase = encoder.buy("2022-12-01", 2, past);
-    int const future = encoder.pay(encoder.number(2), "2024-01-01");
-    EXPECT_EQ(moved(encoder, choose(encoder, "2023-07-02", purchase, future)),
-              "Either(Putable, \"2023-07-02\") ({\n    End(),\n    Pay(2, \"2024-01-01\", \"EUR\")})");
-}
-
-TEST_F(Moving, APurchaseMovesItsFlowToItsTransaction) {
-    Encoder encoder;
-    quote("A", "2023-07-02", 130);
-    int const before = encoder.pay(encoder.number(1), "2023-07-01");
-    int const after = encoder.pay(future_spot(encoder), "2024-01-01");
-    EXPECT_EQ(moved(encoder, encoder.buy("2023-07-02", 2, encoder.both(before, after))),
-              "Buy(\"2023-07-02\", 2, Pay(130, \"2024-01-01\", \"EUR\"))");
-}
-
-TEST_F(Moving, APurchaseNeedsTheFixingsBeforeItsTransaction) {
-    Encoder encoder;
-    int const payment = encoder.pay(future_spot(encoder), "2024-01-01");
-    auto on = contract(encoder, encoder.buy("2023-07-03", 2, payment));
-    EXPECT_FALSE(on.move(today, {}, nullptr));
-    EXPECT_THAT(errors(), ::testing::Contains("Cannot find fixing"));
-}
-
 TEST_F(Moving, AContractMovesAgainAndAgain) {
     quote("A", "2023-07-02", 99);
     Encoder encoder;
     int const memory = encoder.set("x", past_spot(encoder));
-    int const payment = encoder.pay(encoder.add(encoder.reference("x"), future_spot(encoder)), "2024-01-01");
+    int const payment =
+        encoder.pay(encoder.add(encoder.reference("x"), future_spot(encoder)), "2024-01-01");
     auto on = contract(encoder, encoder.both(memory, payment));
     ASSERT_TRUE(on.move(today, {}, nullptr));
     ASSERT_TRUE(on.move(Date("2023-08-01"), {}, nullptr));

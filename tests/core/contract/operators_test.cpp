@@ -1,9 +1,11 @@
+#include <Eigen/Core>
 #include <cmath>
 #include <functional>
 #include <limits>
 
 #include "core/contract/contract_test_case.hpp"
 #include "core/contract/operation.hpp"
+#include "core/contract/operations.hpp"
 
 namespace ximCORE::Testing {
 namespace {
@@ -13,7 +15,9 @@ using ::testing::ElementsAre;
 double const c_infinity = std::numeric_limits<double>::infinity();
 
 /// Equal, infinities and NaN included.
-bool is_same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+bool is_same(double a, double b) {
+    return a == b || (std::isnan(a) && std::isnan(b));
+}
 
 struct UnaryCase {
     int code;
@@ -32,23 +36,29 @@ struct ComparisonCase {
 };
 
 std::vector<UnaryCase> unary_cases() {
-    return {{6, "Abs", [](double x) { return std::fabs(x); }},  {7, "Cos", [](double x) { return std::cos(x); }},
-            {8, "Exp", [](double x) { return std::exp(x); }},   {9, "Log", [](double x) { return std::log(x); }},
-            {10, "Sin", [](double x) { return std::sin(x); }},  {11, "", [](double x) { return std::sqrt(x); }},
-            {12, "-", [](double x) { return -x; }},             {13, "Tan", [](double x) { return std::tan(x); }}};
+    return {{6, "Abs", [](double x) { return std::fabs(x); }},
+            {7, "Cos", [](double x) { return std::cos(x); }},
+            {8, "Exp", [](double x) { return std::exp(x); }},
+            {9, "Log", [](double x) { return std::log(x); }},
+            {10, "Sin", [](double x) { return std::sin(x); }},
+            {11, "", [](double x) { return std::sqrt(x); }},
+            {12, "-", [](double x) { return -x; }},
+            {13, "Tan", [](double x) { return std::tan(x); }}};
 }
 
 /// Codes between two amounts; + 14 with a number on the left.
 std::vector<BinaryCase> binary_cases() {
-    return {{0, "+", std::plus<>()},       {1, "/", std::divides<>()},
+    return {{0, "+", std::plus<>()},
+            {1, "/", std::divides<>()},
             {2, "Max", [](double x, double y) { return std::fmax(x, y); }},
             {3, "Min", [](double x, double y) { return std::fmin(x, y); }},
-            {4, "*", std::multiplies<>()}, {5, "-", std::minus<>()}};
+            {4, "*", std::multiplies<>()},
+            {5, "-", std::minus<>()}};
 }
 
 std::vector<ComparisonCase> comparison_cases() {
-    return {{1, std::equal_to<>(), 0},  {2, std::greater<>(), 1},     {3, std::greater_equal<>(), 1},
-            {4, std::less<>(), -1},     {5, std::less_equal<>(), -1}, {6, std::not_equal_to<>(), 0}};
+    return {{1, std::equal_to<>(), 0}, {2, std::greater<>(), 1},     {3, std::greater_equal<>(), 1},
+            {4, std::less<>(), -1},    {5, std::less_equal<>(), -1}, {6, std::not_equal_to<>(), 0}};
 }
 
 class Operators : public ContractCase {
@@ -73,8 +83,9 @@ std::vector<double> const c_points{-2.5, -1.0, -0.25, 0.0, 0.25, 1.0, 1.5, 3.0};
 TEST_F(Operators, UnaryOperatorsAreTheStandardFunctions) {
     for (auto const& unary : unary_cases())
         for (double const x : c_points) {
-            double const value =
-                pay(x, 0, [&](Encoder& encoder, int left, int) { return encoder.a(unary.code, payload(left)); });
+            double const value = pay(x, 0, [&](Encoder& encoder, int left, int) {
+                return encoder.a(unary.code, payload(left));
+            });
             EXPECT_TRUE(is_same(value, unary.expected(x))) << "code " << unary.code << " at " << x;
         }
 }
@@ -86,7 +97,8 @@ TEST_F(Operators, BinaryOperatorsAreTheStandardFunctions) {
                 double const value = pay(x, y, [&](Encoder& encoder, int left, int right) {
                     return encoder.a(binary.code, payload(left, right));
                 });
-                EXPECT_TRUE(is_same(value, binary.expected(x, y))) << binary.name << " at " << x << ", " << y;
+                EXPECT_TRUE(is_same(value, binary.expected(x, y)))
+                    << binary.name << " at " << x << ", " << y;
             }
 }
 
@@ -100,13 +112,15 @@ TEST_F(Operators, ANumberStandsOnItsSideOfAHybrid) {
                 double const value = pay(x, 0, [&](Encoder& encoder, int left, int) {
                     return encoder.a(14 + binary.code, payload(number, left));
                 });
-                EXPECT_TRUE(is_same(value, binary.expected(number, x))) << number << binary.name << x;
+                EXPECT_TRUE(is_same(value, binary.expected(number, x)))
+                    << number << binary.name << x;
             }
             for (auto const& binary : right_cases) {
                 double const value = pay(x, 0, [&](Encoder& encoder, int left, int) {
                     return encoder.a(20 + binary.code, payload(left, number));
                 });
-                EXPECT_TRUE(is_same(value, binary.expected(x, number))) << x << binary.name << number;
+                EXPECT_TRUE(is_same(value, binary.expected(x, number)))
+                    << x << binary.name << number;
             }
         }
 }
@@ -115,17 +129,20 @@ TEST_F(Operators, ComparisonsAreTheStandardOnes) {
     for (auto const& comparison : comparison_cases())
         for (double const x : c_points)
             for (double const y : c_points) {
-                EXPECT_EQ(decide(x, y, [&](Encoder& encoder, int left, int right) {
-                              return encoder.e(comparison.code, payload(left, right));
-                          }),
+                EXPECT_EQ(decide(x, y,
+                                 [&](Encoder& encoder, int left, int right) {
+                                     return encoder.e(comparison.code, payload(left, right));
+                                 }),
                           comparison.expected(x, y));
-                EXPECT_EQ(decide(y, 0, [&](Encoder& encoder, int left, int) {
-                              return encoder.e(comparison.code + 8, payload(x, left));
-                          }),
+                EXPECT_EQ(decide(y, 0,
+                                 [&](Encoder& encoder, int left, int) {
+                                     return encoder.e(comparison.code + 8, payload(x, left));
+                                 }),
                           comparison.expected(x, y));
-                EXPECT_EQ(decide(x, 0, [&](Encoder& encoder, int left, int) {
-                              return encoder.e(comparison.code + 14, payload(left, y));
-                          }),
+                EXPECT_EQ(decide(x, 0,
+                                 [&](Encoder& encoder, int left, int) {
+                                     return encoder.e(comparison.code + 14, payload(left, y));
+                                 }),
                           comparison.expected(x, y));
             }
 }
@@ -135,7 +152,8 @@ TEST_F(Operators, LogicFollowsTheTruthTables) {
         for (bool const q : {false, true}) {
             auto const with = [&](int code) {
                 return decide(p, q, [&](Encoder& encoder, int left, int right) {
-                    return encoder.e(code, payload(encoder.above(left, 0.5), encoder.above(right, 0.5)));
+                    return encoder.e(code,
+                                     payload(encoder.above(left, 0.5), encoder.above(right, 0.5)));
                 });
             };
             EXPECT_EQ(with(7), p && q);
@@ -150,24 +168,57 @@ TEST_F(Operators, LogicFollowsTheTruthTables) {
 
 TEST_F(Operators, NothingIsGuarded) {
     auto const unary = [&](int code, double x) {
-        return pay(x, 0, [&](Encoder& encoder, int left, int) { return encoder.a(code, payload(left)); });
+        return pay(x, 0,
+                   [&](Encoder& encoder, int left, int) { return encoder.a(code, payload(left)); });
     };
-    EXPECT_EQ(pay(1, 0, [](Encoder& encoder, int left, int right) { return encoder.a(1, payload(left, right)); }),
+    EXPECT_EQ(pay(1, 0,
+                  [](Encoder& encoder, int left, int right) {
+                      return encoder.a(1, payload(left, right));
+                  }),
               c_infinity);
     EXPECT_EQ(unary(9, 0.0), -c_infinity);
     EXPECT_TRUE(std::isnan(unary(11, -1.0)));
 }
 
 TEST_F(Operators, MaxOfASharedAmountIsTheAmount) {
-    EXPECT_EQ(pay(7, 0, [](Encoder& encoder, int left, int) { return encoder.a(2, payload(left, left)); }), 7.0);
+    EXPECT_EQ(
+        pay(7, 0,
+            [](Encoder& encoder, int left, int) { return encoder.a(2, payload(left, left)); }),
+        7.0);
+}
+
+/// How often it has been asked on a path.
+class CountingAmount final : public Amount {
+ public:
+    double eval(Modeling::FixingGrid&, Variables&) override { return ++m_count; }
+    bool eval(double&, Data::Level) override { return false; }
+    Toolbox::Grid eval(Modeling::PDEHelper*) override { return {}; }
+    void c_to_string(std::string&, bool) const override {}
+    std::shared_ptr<Amount> clone() const override { return std::make_shared<CountingAmount>(); }
+
+ private:
+    int m_count{0};
+};
+
+TEST_F(Operators, ASharedAmountIsEvaluatedByEachOfItsParents) {
+    Modeling::FixingGrid grid;
+    Variables variables;
+    auto const shared = std::make_shared<CountingAmount>();
+    AmountBinaryMaxOperation larger{Child<Amount>(shared), Child<Amount>(shared)};
+    EXPECT_EQ(static_cast<Amount&>(larger).eval(grid, variables), 2.0);
+    auto const other = std::make_shared<CountingAmount>();
+    AmountBinarySubOperation difference{Child<Amount>(other), Child<Amount>(other)};
+    EXPECT_EQ(static_cast<Amount&>(difference).eval(grid, variables), 1.0) << "the right one first";
 }
 
 // Smoothing of comparisons
 
-/// The ramp along the threshold, by its definition in pieces: from 0 to 1 for a rising event, from 1 to 0 for a falling one.
+/// The ramp along the threshold, by its definition in pieces: from 0 to 1 for a rising event, from
+/// 1 to 0 for a falling one.
 double ramp(double x, double threshold, double lhs, double rhs, int slope) {
-    double const rising = lhs + rhs > 0.0 ? std::clamp((x - (threshold - lhs)) / (lhs + rhs), 0.0, 1.0)
-                                          : (slope > 0 ? x >= threshold : x > threshold);
+    double const rising = lhs + rhs > 0.0
+                              ? std::clamp((x - (threshold - lhs)) / (lhs + rhs), 0.0, 1.0)
+                              : (slope > 0 ? x >= threshold : x > threshold);
     return slope > 0 ? rising : 1.0 - rising;
 }
 
@@ -178,7 +229,9 @@ struct Widths {
 
 /// The side of the ramp that a direction keeps: towards true (1), towards false (-1), both (0).
 Widths keep(Widths widths, int slope, int direction) {
-    if (direction * slope > 0) widths.rhs = 0.0;  // a rising event is nearer to true when its ramp lies below the threshold
+    if (direction * slope > 0)
+        widths.rhs =
+            0.0;  // a rising event is nearer to true when its ramp lies below the threshold
     if (direction * slope < 0) widths.lhs = 0.0;
     return widths;
 }
@@ -192,12 +245,12 @@ class Smoothing : public Operators {
         int const left = encoder.spot("A", "2023-07-02");
         int const right = encoder.spot("B", "2023-07-02");
         int const event = encode(encoder, left, right);
-        auto root = encoder.read(
-            encoder.condition(event, encoder.pay(encoder.number(1), "2024-01-01"), encoder.nothing()));
+        auto root = encoder.read(encoder.condition(
+            event, encoder.pay(encoder.number(1), "2024-01-01"), encoder.nothing()));
         auto on = path(root);
         on.set("A", "2023-07-02", x).set("B", "2023-07-02", y);
-        return static_cast<If&>(*root).c_get_event().smooth_eval(on.grid, on.variables, widths.lhs, widths.rhs,
-                                                                 direction);
+        return static_cast<If&>(*root).c_get_event().smooth_eval(on.grid, on.variables, widths.lhs,
+                                                                 widths.rhs, direction);
     }
     std::vector<double> const m_points{98, 99, 99.5, 100, 100.5, 101, 102, 103};
     std::vector<Widths> const m_widths{{1, 2}, {2, 0}, {0, 1}, {0, 0}};
@@ -213,15 +266,18 @@ TEST_F(Smoothing, EveryComparisonIsARampOnTheSideOfItsDirection) {
                         auto const kept = keep(widths, slope, direction);
                         return ramp(x, threshold, kept.lhs, kept.rhs, slope);
                     };
-                    double const two = weigh(x, threshold, widths, direction, [&](Encoder& encoder, int a, int b) {
-                        return encoder.e(comparison.code, payload(a, b));
-                    });
-                    double const right = weigh(x, 0, widths, direction, [&](Encoder& encoder, int a, int) {
-                        return encoder.e(comparison.code + 14, payload(a, threshold));
-                    });
-                    double const left = weigh(x, 0, widths, direction, [&](Encoder& encoder, int a, int) {
-                        return encoder.e(comparison.code + 8, payload(threshold, a));
-                    });
+                    double const two =
+                        weigh(x, threshold, widths, direction, [&](Encoder& encoder, int a, int b) {
+                            return encoder.e(comparison.code, payload(a, b));
+                        });
+                    double const right =
+                        weigh(x, 0, widths, direction, [&](Encoder& encoder, int a, int) {
+                            return encoder.e(comparison.code + 14, payload(a, threshold));
+                        });
+                    double const left =
+                        weigh(x, 0, widths, direction, [&](Encoder& encoder, int a, int) {
+                            return encoder.e(comparison.code + 8, payload(threshold, a));
+                        });
                     if (comparison.slope == 0) {
                         EXPECT_EQ(two, comparison.expected(x, threshold));
                         EXPECT_EQ(right, comparison.expected(x, threshold));
@@ -237,27 +293,32 @@ TEST_F(Smoothing, EveryComparisonIsARampOnTheSideOfItsDirection) {
                         auto const kept = keep(widths, comparison.slope, direction);
                         if (kept.lhs + kept.rhs == 0.0) continue;  // a step again
                     }
-                    EXPECT_NEAR(two, expected(comparison.slope), 1e-15) << comparison.code << " " << x;
-                    EXPECT_NEAR(right, expected(comparison.slope), 1e-15) << comparison.code << " " << x;
+                    EXPECT_NEAR(two, expected(comparison.slope), 1e-15)
+                        << comparison.code << " " << x;
+                    EXPECT_NEAR(right, expected(comparison.slope), 1e-15)
+                        << comparison.code << " " << x;
                     auto const kept = keep(widths, -comparison.slope, direction);
                     if (x == threshold && kept.lhs + kept.rhs == 0.0) continue;
-                    EXPECT_NEAR(left, expected(-comparison.slope), 1e-15) << comparison.code << " " << x;
+                    EXPECT_NEAR(left, expected(-comparison.slope), 1e-15)
+                        << comparison.code << " " << x;
                 }
 }
 
 TEST_F(Smoothing, AStepIsOneAtTheThresholdForEitherSide) {
     for (int const code : {16, 17, 18, 19})
-        EXPECT_EQ(weigh(100, 0, {0, 0}, 0,
-                        [&](Encoder& encoder, int a, int) { return encoder.e(code, payload(a, 100)); }),
-                  1.0);
+        EXPECT_EQ(
+            weigh(100, 0, {0, 0}, 0,
+                  [&](Encoder& encoder, int a, int) { return encoder.e(code, payload(a, 100)); }),
+            1.0);
 }
 
 TEST_F(Smoothing, ADirectionTowardsTrueGivesTheLargerWeight) {
     for (int const code : {2, 3, 4, 5})
         for (double const x : m_points) {
             auto const with = [&](int direction) {
-                return weigh(x, 100, {1, 2}, direction,
-                             [&](Encoder& encoder, int a, int b) { return encoder.e(code, payload(a, b)); });
+                return weigh(x, 100, {1, 2}, direction, [&](Encoder& encoder, int a, int b) {
+                    return encoder.e(code, payload(a, b));
+                });
             };
             EXPECT_GE(with(1), with(0)) << code << " " << x;
             EXPECT_GE(with(0), with(-1)) << code << " " << x;
@@ -266,12 +327,11 @@ TEST_F(Smoothing, ADirectionTowardsTrueGivesTheLargerWeight) {
 
 TEST_F(Smoothing, AnyOtherDirectionIsAnError) {
     for (int const direction : {-2, 2, 7})
-        EXPECT_THAT(
-            ([&] {
-                weigh(100, 0, {1, 1}, direction,
-                      [&](Encoder& encoder, int a, int) { return encoder.above(a, 100); });
-            }),
-            Raises<std::runtime_error>("Unknown error"));
+        EXPECT_THAT(([&] {
+                        weigh(100, 0, {1, 1}, direction,
+                              [&](Encoder& encoder, int a, int) { return encoder.above(a, 100); });
+                    }),
+                    Raises<std::runtime_error>("Unknown error"));
 }
 
 TEST_F(Smoothing, WeightsCombineLikeProbabilities) {
@@ -292,11 +352,17 @@ TEST_F(Smoothing, WeightsCombineLikeProbabilities) {
         EXPECT_NEAR(joined(8, direction),
                     p(x, direction) + p(y, direction) - p(x, -direction) * p(y, -direction), 1e-15);
         EXPECT_NEAR(weigh(x, y, widths, direction,
-                          [&](Encoder& encoder, int a, int) { return encoder.e(0, payload(encoder.above(a, 100))); }),
+                          [&](Encoder& encoder, int a, int) {
+                              return encoder.e(0, payload(encoder.above(a, 100)));
+                          }),
                     1.0 - p(x, direction), 1e-15);
     }
-    EXPECT_EQ(weigh(x, y, widths, 1, [](Encoder& encoder, int, int) { return encoder.truth(true); }), 1.0);
-    EXPECT_EQ(weigh(x, y, widths, 1, [](Encoder& encoder, int, int) { return encoder.truth(false); }), 0.0);
+    EXPECT_EQ(
+        weigh(x, y, widths, 1, [](Encoder& encoder, int, int) { return encoder.truth(true); }),
+        1.0);
+    EXPECT_EQ(
+        weigh(x, y, widths, 1, [](Encoder& encoder, int, int) { return encoder.truth(false); }),
+        0.0);
 }
 
 TEST_F(Smoothing, ALongAlternativeIsWeighedInOnePass) {
@@ -318,8 +384,10 @@ TEST_F(Smoothing, ALongAlternativeIsWeighedInOnePass) {
 TEST_F(Smoothing, KnownValuesWeighLikeAPath) {
     quote("A", "2022-12-01", 100.25);
     Encoder encoder;
-    int const event = encoder.e(7, payload(encoder.above(encoder.spot("A", "2022-12-01"), 100), encoder.truth(true)));
-    auto root = encoder.read(encoder.condition(event, encoder.pay(encoder.number(1), "2024-01-01"), encoder.nothing()));
+    int const event = encoder.e(
+        7, payload(encoder.above(encoder.spot("A", "2022-12-01"), 100), encoder.truth(true)));
+    auto root = encoder.read(
+        encoder.condition(event, encoder.pay(encoder.number(1), "2024-01-01"), encoder.nothing()));
     std::ignore = root->get_dependencies(today, eur.get());
     double weight{};
     EXPECT_TRUE(static_cast<If&>(*root).c_get_event().smooth_eval(1.0, 1.0, weight, 0));
@@ -332,8 +400,9 @@ TEST(OperationText, TypesHaveTheirTexts) {
     std::vector<std::string> texts;
     for (unsigned char type = 0; type < 23; ++type)
         if (type != 20) texts.emplace_back(Operation(static_cast<Operation::Type>(type)).c_str());
-    EXPECT_THAT(texts, ElementsAre(">", "<", ">=", "<=", "==", "!=", "Max", "Min", "&&", "||", "!", "-", "*", "/",
-                                   "+", "Abs", "Sin", "Cos", "Tan", "Log", "Exp", "Pow"));
+    EXPECT_THAT(texts,
+                ElementsAre(">", "<", ">=", "<=", "==", "!=", "Max", "Min", "&&", "||", "!", "-",
+                            "*", "/", "+", "Abs", "Sin", "Cos", "Tan", "Log", "Exp", "Pow"));
     EXPECT_EQ(Operation(Operation::Type::exp).c_get_symbol(), 21);
 }
 

@@ -17,8 +17,16 @@ void* operator new(std::size_t size) {
     if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
+    ++c_allocations;
+    return std::malloc(size == 0 ? 1 : size);
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
 
 namespace ximCORE::Testing {
 namespace {
@@ -93,7 +101,8 @@ TEST_F(OnAPath, OnlyTheCellsThatAreReadAreOpen) {
 
 TEST_F(OnAPath, NestedPurchasesMultiply) {
     Encoder encoder;
-    int const inner = encoder.buy("2023-07-02", 3, encoder.pay(encoder.number(1), "2024-01-01"), -1);
+    int const inner =
+        encoder.buy("2023-07-02", 3, encoder.pay(encoder.number(1), "2024-01-01"), -1);
     auto const on_contract = contract(encoder, encoder.buy("2023-07-02", 2, inner));
     EXPECT_EQ(path(on_contract.get_current()).flow("2024-01-01"), -6.0);
 }
@@ -121,7 +130,10 @@ TEST_F(OnAPath, ANameGivesItsLastValue) {
     int const payment = encoder.pay(encoder.reference("x"), "2024-01-01");
     int const set_one = encoder.set("x", encoder.number(1));
     int const set_two = encoder.set("x", encoder.add(encoder.reference("x"), encoder.number(10)));
-    auto on = path(encoder, encoder.both(payment, encoder.both(set_one, encoder.both(payment, encoder.both(set_two, payment)))));
+    auto on = path(
+        encoder,
+        encoder.both(payment,
+                     encoder.both(set_one, encoder.both(payment, encoder.both(set_two, payment)))));
     EXPECT_EQ(on.flow("2024-01-01"), 0.0 + 1.0 + 11.0);
 }
 
@@ -168,8 +180,9 @@ TEST_F(OnAPath, AnIfPaysTheChosenBranch) {
 TEST_F(OnAPath, AnIffTakesTheChosenAmount) {
     Encoder encoder;
     int const event = encoder.above(encoder.spot("A", "2023-07-02"), 100);
-    auto on = path(encoder,
-                   encoder.pay(encoder.iff(event, encoder.number(1), encoder.spot("B", "2023-07-02")), "2024-01-01"));
+    auto on = path(
+        encoder, encoder.pay(encoder.iff(event, encoder.number(1), encoder.spot("B", "2023-07-02")),
+                             "2024-01-01"));
     on.set("B", "2023-07-02", 42);
     EXPECT_EQ(on.set("A", "2023-07-02", 101).flow("2024-01-01"), 1.0);
     EXPECT_EQ(on.set("A", "2023-07-02", 99).flow("2024-01-01"), 42.0);
@@ -191,10 +204,13 @@ TEST_F(OnAPath, SortedTakesTheAmountAtItsRank) {
         int const b = encoder.spot("B", "2023-07-02");
         int const c = encoder.spot("A", "2024-01-01");
         auto on = path(encoder, encoder.pay(encoder.a(32, payload(rank, a, b, c)), "2024-01-01"));
-        on.set("A", "2023-07-02", levels[0]).set("B", "2023-07-02", levels[1]).set("A", "2024-01-01", levels[2]);
+        on.set("A", "2023-07-02", levels[0])
+            .set("B", "2023-07-02", levels[1])
+            .set("A", "2024-01-01", levels[2]);
         EXPECT_EQ(on.flow("2024-01-01"), rank + 1.0);
         on.set("A", "2023-07-02", 5);  // a second path, with another order
-        EXPECT_EQ(on.flow("2024-01-01"), (std::vector{1.0, 2.0, 5.0})[static_cast<std::size_t>(rank)]);
+        EXPECT_EQ(on.flow("2024-01-01"),
+                  (std::vector{1.0, 2.0, 5.0})[static_cast<std::size_t>(rank)]);
     }
 }
 
@@ -209,7 +225,8 @@ TEST_F(OnAPath, SortedCountsNaNAsTheLargest) {
     Encoder encoder;
     int const a = encoder.spot("A", "2023-07-02");
     int const b = encoder.spot("B", "2023-07-02");
-    auto on = path(encoder, encoder.pay(encoder.a(32, payload(1, a, b, a, encoder.number(4))), "2024-01-01"));
+    auto on = path(
+        encoder, encoder.pay(encoder.a(32, payload(1, a, b, a, encoder.number(4))), "2024-01-01"));
     on.set("A", "2023-07-02", std::numeric_limits<double>::quiet_NaN()).set("B", "2023-07-02", 9);
     EXPECT_EQ(on.flow("2024-01-01"), 9.0);
 }
@@ -218,12 +235,15 @@ TEST_F(OnAPath, SortedCountsNaNAsTheLargest) {
 
 class Smoothed : public ContractCase {
  protected:
-    /// If(A > 100) with spreads of 2 on either side: `then` at the first date and `otherwise` at the second.
-    Path digital(double then_first, double then_second, double else_first, double else_second) const {
+    /// If(A > 100) with spreads of 2 on either side: `then` at the first date and `otherwise` at
+    /// the second.
+    Path digital(double then_first, double then_second, double else_first,
+                 double else_second) const {
         Encoder encoder;
         auto const branch = [&](double first, double second) {
-            return encoder.both(encoder.pay(encoder.add(encoder.number(first), zero(encoder)), "2024-01-01"),
-                                encoder.pay(encoder.add(encoder.number(second), zero(encoder)), "2025-01-01"));
+            return encoder.both(
+                encoder.pay(encoder.add(encoder.number(first), zero(encoder)), "2024-01-01"),
+                encoder.pay(encoder.add(encoder.number(second), zero(encoder)), "2025-01-01"));
         };
         int const event = encoder.above(encoder.spot("A", "2023-07-02"), 100);
         int const then = branch(then_first, then_second);
@@ -288,7 +308,8 @@ TEST_F(Smoothed, ZeroSpreadsAreNoSpreads) {
     smooth(SmoothingType::SYMETRIC);
     Encoder encoder;
     int const event = encoder.above(encoder.spot("A", "2023-07-02"), 100);
-    auto const root = encoder.read(encoder.condition(event, encoder.pay(encoder.number(1), "2024-01-01"), encoder.nothing()));
+    auto const root = encoder.read(
+        encoder.condition(event, encoder.pay(encoder.number(1), "2024-01-01"), encoder.nothing()));
     EXPECT_FALSE(static_cast<If&>(*root).c_get_with_spread());
     auto on = path(root);
     EXPECT_EQ(on.set("A", "2023-07-02", 100).flow("2024-01-01"), 0.0);
@@ -298,10 +319,13 @@ TEST_F(Smoothed, ASettingInABranchIsNotSeenOutside) {
     smooth(SmoothingType::SYMETRIC);
     Encoder encoder;
     int const event = encoder.above(encoder.spot("A", "2023-07-02"), 100);
-    int const inside = encoder.both(encoder.set("x", encoder.number(5)), encoder.pay(encoder.reference("x"), "2024-01-01"));
-    int const smoothed = encoder.condition(event, inside, encoder.pay(encoder.reference("x"), "2024-01-01"), 2, 2);
+    int const inside = encoder.both(encoder.set("x", encoder.number(5)),
+                                    encoder.pay(encoder.reference("x"), "2024-01-01"));
+    int const smoothed =
+        encoder.condition(event, inside, encoder.pay(encoder.reference("x"), "2024-01-01"), 2, 2);
     int const outside = encoder.pay(encoder.reference("x"), "2025-01-01");
-    auto on = path(encoder, encoder.both(encoder.set("x", encoder.number(1)), encoder.both(smoothed, outside)));
+    auto on = path(encoder, encoder.both(encoder.set("x", encoder.number(1)),
+                                         encoder.both(smoothed, outside)));
     on.set("A", "2023-07-02", 101);
     EXPECT_EQ(on.flow("2024-01-01"), 4.0 * 0.75 + 1.0);  // 5 in the branch, 1 in the other
     EXPECT_EQ(on.flow("2025-01-01"), 1.0);
@@ -313,9 +337,10 @@ TEST_F(Smoothed, NestedConditionsMultiplyTheirWeights) {
     smooth(SmoothingType::SYMETRIC);
     Encoder encoder;
     int const one = encoder.pay(encoder.number(1), "2024-01-01");
-    int const inner = encoder.condition(encoder.above(encoder.spot("B", "2023-07-02"), 100), one, encoder.nothing(), 2, 2);
-    auto on = path(encoder, encoder.condition(encoder.above(encoder.spot("A", "2023-07-02"), 100), inner,
-                                              encoder.nothing(), 2, 2));
+    int const inner = encoder.condition(encoder.above(encoder.spot("B", "2023-07-02"), 100), one,
+                                        encoder.nothing(), 2, 2);
+    auto on = path(encoder, encoder.condition(encoder.above(encoder.spot("A", "2023-07-02"), 100),
+                                              inner, encoder.nothing(), 2, 2));
     on.set("A", "2023-07-02", 99).set("B", "2023-07-02", 101);
     EXPECT_EQ(on.flow("2024-01-01"), 0.25 * 0.75);
     EXPECT_EQ(on.flow("2024-01-01"), 0.25 * 0.75);  // nothing of a path stays behind
@@ -330,10 +355,13 @@ TEST_F(OnAPath, APathAllocatesNothing) {
         int const a = encoder.spot("A", "2023-07-02");
         int const b = encoder.spot("B", "2023-07-02");
         int const sorted = encoder.a(32, payload(1, a, b, encoder.number(100)));
-        int const setting = encoder.set("x", encoder.a(8, payload(encoder.mul(sorted, encoder.number(0.001)))));
-        int const payment = encoder.pay(encoder.iff(encoder.greater(a, b), encoder.reference("x"), b), "2024-01-01");
+        int const setting =
+            encoder.set("x", encoder.a(8, payload(encoder.mul(sorted, encoder.number(0.001)))));
+        int const payment = encoder.pay(
+            encoder.iff(encoder.greater(a, b), encoder.reference("x"), b), "2024-01-01");
         int const inner = encoder.condition(encoder.above(b, 100), payment, setting, 2, 2);
-        int const outer = encoder.condition(encoder.above(a, 100), encoder.both(setting, inner), payment, 2, 2);
+        int const outer =
+            encoder.condition(encoder.above(a, 100), encoder.both(setting, inner), payment, 2, 2);
         auto on = path(encoder, encoder.both(setting, encoder.both(outer, payment)));
         on.set("A", "2023-07-02", 100.5).set("B", "2023-07-02", 99.5).run();
         auto const before = c_allocations.load();

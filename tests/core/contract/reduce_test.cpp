@@ -21,7 +21,9 @@ TEST_F(Reducing, APurchaseOfNothingOrOfNoQuantityVanishes) {
     Encoder first;
     EXPECT_EQ(reduced(first, first.buy("2023-07-02", 2, first.nothing())), "End()");
     Encoder second;
-    EXPECT_EQ(reduced(second, second.buy("2023-07-02", 0, second.pay(second.number(1), "2024-01-01"))), "End()");
+    EXPECT_EQ(
+        reduced(second, second.buy("2023-07-02", 0, second.pay(second.number(1), "2024-01-01"))),
+        "End()");
 }
 
 TEST_F(Reducing, AListLosesItsEmptySides) {
@@ -31,17 +33,21 @@ TEST_F(Reducing, AListLosesItsEmptySides) {
     EXPECT_EQ(reduced(encoder, encoder.both(end, end)), "End()");
     EXPECT_EQ(reduced(encoder, encoder.both(end, payment)), "Pay(1, \"2024-01-01\", \"EUR\")");
     EXPECT_EQ(reduced(encoder, encoder.both(payment, end)), "Pay(1, \"2024-01-01\", \"EUR\")");
-    EXPECT_EQ(reduced(encoder, encoder.both(end, encoder.both(encoder.both(end, end), end))), "End()");
+    EXPECT_EQ(reduced(encoder, encoder.both(end, encoder.both(encoder.both(end, end), end))),
+              "End()");
 }
 
 TEST_F(Reducing, ADecidedConditionIsItsBranch) {
     Encoder encoder;
     int const one = encoder.pay(encoder.number(1), "2024-01-01");
     int const two = encoder.pay(encoder.number(2), "2024-01-01");
-    EXPECT_EQ(reduced(encoder, encoder.condition(encoder.truth(true), one, two)), "Pay(1, \"2024-01-01\", \"EUR\")");
-    EXPECT_EQ(reduced(encoder, encoder.condition(encoder.truth(false), one, two)), "Pay(2, \"2024-01-01\", \"EUR\")");
+    EXPECT_EQ(reduced(encoder, encoder.condition(encoder.truth(true), one, two)),
+              "Pay(1, \"2024-01-01\", \"EUR\")");
+    EXPECT_EQ(reduced(encoder, encoder.condition(encoder.truth(false), one, two)),
+              "Pay(2, \"2024-01-01\", \"EUR\")");
     int const open = encoder.above(encoder.spot("A", "2023-07-02"), 100);
-    EXPECT_EQ(reduced(encoder, encoder.condition(open, encoder.nothing(), encoder.pay(encoder.number(0), "2024-01-01"))),
+    EXPECT_EQ(reduced(encoder, encoder.condition(open, encoder.nothing(),
+                                                 encoder.pay(encoder.number(0), "2024-01-01"))),
               "End()");
 }
 
@@ -58,10 +64,13 @@ TEST_F(Reducing, AnIffOfADecidedEventOrOfEqualNumbersIsItsAmount) {
     int const decided = encoder.iff(encoder.truth(false), encoder.number(1), spot);
     int const equal = encoder.iff(open, encoder.number(7), encoder.number(7));
     int const different = encoder.iff(open, encoder.number(7), encoder.number(8));
-    auto const pay = [&](int amount) { return reduced(encoder, encoder.pay(amount, "2024-01-01")); };
+    auto const pay = [&](int amount) {
+        return reduced(encoder, encoder.pay(amount, "2024-01-01"));
+    };
     EXPECT_EQ(pay(decided), "Pay(Spot(\"A\", \"2023-07-02\"), \"2024-01-01\", \"EUR\")");
     EXPECT_EQ(pay(equal), "Pay(7, \"2024-01-01\", \"EUR\")");
-    EXPECT_EQ(pay(different), "Pay(If(Spot(\"A\", \"2023-07-02\") > 100) (7, 8), \"2024-01-01\", \"EUR\")");
+    EXPECT_EQ(pay(different),
+              "Pay(If(Spot(\"A\", \"2023-07-02\") > 100) (7, 8), \"2024-01-01\", \"EUR\")");
 }
 
 TEST_F(Reducing, ASortedListOfNumbersIsItsNumber) {
@@ -104,14 +113,24 @@ class RandomTrees {
     Formula amount(int depth) {
         switch (depth == 0 ? pick(4) : pick(9)) {
             case 0:
-            case 1: return number();
-            case 2: return {m_encoder.spot("A", "2023-07-02"), [](Levels const& levels) { return levels.a; }};
-            case 3: return {m_encoder.spot("B", "2023-07-02"), [](Levels const& levels) { return levels.b; }};
-            case 4: return unary(depth);
-            case 5: return binary(depth);
-            case 6: return hybrid(depth);
-            case 7: return choose(depth);
-            default: return sorted(depth);
+            case 1:
+                return number();
+            case 2:
+                return {m_encoder.spot("A", "2023-07-02"),
+                        [](Levels const& levels) { return levels.a; }};
+            case 3:
+                return {m_encoder.spot("B", "2023-07-02"),
+                        [](Levels const& levels) { return levels.b; }};
+            case 4:
+                return unary(depth);
+            case 5:
+                return binary(depth);
+            case 6:
+                return hybrid(depth);
+            case 7:
+                return choose(depth);
+            default:
+                return sorted(depth);
         }
     }
     Question event(int depth) {
@@ -122,7 +141,8 @@ class RandomTrees {
         }
         if (kind == 1) {
             auto inner = event(depth - 1);
-            return {m_encoder.e(0, payload(inner.id)), [f = inner.value](Levels const& levels) { return !f(levels); }};
+            return {m_encoder.e(0, payload(inner.id)),
+                    [f = inner.value](Levels const& levels) { return !f(levels); }};
         }
         if (kind == 2) {
             auto left = event(depth - 1);
@@ -136,7 +156,9 @@ class RandomTrees {
         auto left = amount(depth - 1);
         auto right = amount(depth - 1);
         return {m_encoder.greater(left.id, right.id),
-                [f = left.value, g = right.value](Levels const& levels) { return f(levels) > g(levels); }};
+                [f = left.value, g = right.value](Levels const& levels) {
+                    return f(levels) > g(levels);
+                }};
     }
     int pick(int count) { return static_cast<int>(m_random() % static_cast<unsigned>(count)); }
 
@@ -149,19 +171,29 @@ class RandomTrees {
         auto inner = amount(depth - 1);
         int const kind = pick(4);
         int const code = std::vector{6, 7, 10, 12}[static_cast<std::size_t>(kind)];
-        return {m_encoder.a(code, payload(inner.id)), [kind, f = inner.value](Levels const& levels) {
+        return {m_encoder.a(code, payload(inner.id)),
+                [kind, f = inner.value](Levels const& levels) {
                     double const x = f(levels);
-                    return kind == 0 ? std::abs(x) : kind == 1 ? std::cos(x) : kind == 2 ? std::sin(x) : -x;
+                    return kind == 0   ? std::abs(x)
+                           : kind == 1 ? std::cos(x)
+                           : kind == 2 ? std::sin(x)
+                                       : -x;
                 }};
     }
     static double apply(int code, double x, double y) {
         switch (code) {
-            case 0: return x + y;
-            case 1: return x / y;
-            case 2: return x > y ? x : y;
-            case 3: return x < y ? x : y;
-            case 4: return x * y;
-            default: return x - y;
+            case 0:
+                return x + y;
+            case 1:
+                return x / y;
+            case 2:
+                return x > y ? x : y;
+            case 3:
+                return x < y ? x : y;
+            case 4:
+                return x * y;
+            default:
+                return x - y;
         }
     }
     Formula binary(int depth) {
@@ -178,7 +210,9 @@ class RandomTrees {
         int const code = pick(6);
         double const constant = pick(7) - 3.0;
         return {m_encoder.a(14 + code, payload(constant, inner.id)),
-                [code, constant, f = inner.value](Levels const& levels) { return apply(code, constant, f(levels)); }};
+                [code, constant, f = inner.value](Levels const& levels) {
+                    return apply(code, constant, f(levels));
+                }};
     }
     Formula choose(int depth) {
         auto condition = event(depth - 1);
@@ -207,7 +241,9 @@ class RandomTrees {
     std::mt19937 m_random;
 };
 
-bool is_same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+bool is_same(double a, double b) {
+    return a == b || (std::isnan(a) && std::isnan(b));
+}
 
 class RandomContract : public ContractCase {
  protected:
@@ -264,13 +300,15 @@ TEST_F(RandomContract, AKnownContractIsWorthItsFormula) {
         RandomTrees random(encoder, seed);
         auto const then = random.amount(3);
         auto const question = random.event(3);
-        auto const root = encoder.read(encoder.condition(question.id, encoder.pay(then.id, "2024-01-01"),
-                                                         encoder.pay(encoder.number(11), "2025-01-01")));
+        auto const root =
+            encoder.read(encoder.condition(question.id, encoder.pay(then.id, "2024-01-01"),
+                                           encoder.pay(encoder.number(11), "2025-01-01")));
         if (text(*root).find("Sorted") != std::string::npos) continue;  // not known from the market
         std::ignore = root->get_dependencies(today, eur.get());
         double value{1.0};
         ASSERT_TRUE(root->eval(value));
-        EXPECT_TRUE(is_same(value, question.value({1.5, -0.75}) ? then.value({1.5, -0.75}) : 11.0)) << text(*root);
+        EXPECT_TRUE(is_same(value, question.value({1.5, -0.75}) ? then.value({1.5, -0.75}) : 11.0))
+            << text(*root);
     }
 }
 

@@ -29,8 +29,8 @@ TEST_F(Reflection, EveryCodeMakesANode) {
     payloads[31] = "k";
     for (unsigned op = 0; op < 33; ++op) EXPECT_NE(reflect_amount(op, payloads[op]), nullptr) << op;
     for (unsigned op = 0; op < 22; ++op) EXPECT_NE(reflect_event(op, "0,0"), nullptr) << op;
-    std::vector<std::string> const flows{"0,0", "0,0,0,0,0", "1,2024-01-01,0", "k,0", "2024-01-01,1,0,1",
-                                         "0,2024-01-01,EUR,1", ""};
+    std::vector<std::string> const flows{
+        "0,0", "0,0,0,0,0", "1,2024-01-01,0", "k,0", "2024-01-01,1,0,1", "0,2024-01-01,EUR,1", ""};
     for (unsigned op = 0; op < 7; ++op) EXPECT_NE(reflect_cashflow(op, flows[op]), nullptr) << op;
 }
 
@@ -41,7 +41,9 @@ TEST_F(Reflection, OtherCodesMakeNone) {
     EXPECT_EQ(reflect_cashflow(7, "0,0"), nullptr);
 }
 
-TEST_F(Reflection, ACodeIsTakenAsOneByte) { EXPECT_NE(reflect_cashflow(256 + 6, "0"), nullptr); }
+TEST_F(Reflection, ACodeIsTakenAsOneByte) {
+    EXPECT_NE(reflect_cashflow(256 + 6, "0"), nullptr);
+}
 
 TEST_F(Reflection, AGoodTreeReads) {
     std::shared_ptr<CashFlow> root;
@@ -113,7 +115,8 @@ TEST_F(Reflection, BadNumbersAndDatesThrowWhatTheirReadersThrow) {
     };
     EXPECT_THAT([&] { read(5, "x,2024-01-01,EUR,1"); }, Raises<std::invalid_argument>("stoi"));
     EXPECT_THAT([&] { read(5, "0,2024-01-01,EUR"); }, Raises<std::invalid_argument>("stoi"));
-    EXPECT_THAT([&] { read(5, "99999999999,2024-01-01,EUR,1"); }, Raises<std::out_of_range>("stoi"));
+    EXPECT_THAT([&] { read(5, "99999999999,2024-01-01,EUR,1"); },
+                Raises<std::out_of_range>("stoi"));
     EXPECT_THAT([&] { read(5, "0,2024-13-01,EUR,1"); }, Raises<Toolbox::ConstructorException>());
     EXPECT_THAT([&] { read(4, "2024-01-01,x,0,1"); }, Raises<std::invalid_argument>("stod"));
     EXPECT_THAT([&] { read(4, "2024-01-01,1e999,0,1"); }, Raises<std::out_of_range>("stod"));

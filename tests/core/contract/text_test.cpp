@@ -9,13 +9,17 @@ class Text : public ContractCase {
  protected:
     std::string amount(Encoder& encoder, int id) const {
         std::string result;
-        static_cast<PayReceive&>(*encoder.read(encoder.pay(id, "2024-01-01"))).c_get_amount().c_write(result, 1000);
+        static_cast<PayReceive&>(*encoder.read(encoder.pay(id, "2024-01-01")))
+            .c_get_amount()
+            .c_write(result, 1000);
         return result;
     }
     std::string event(Encoder& encoder, int id) const {
         int const end = encoder.nothing();
         std::string result;
-        static_cast<If&>(*encoder.read(encoder.condition(id, end, end))).c_get_event().c_write(result);
+        static_cast<If&>(*encoder.read(encoder.condition(id, end, end)))
+            .c_get_event()
+            .c_write(result);
         return result;
     }
     std::string flow(Encoder& encoder, int id) const { return text(*encoder.read(id)); }
@@ -66,10 +70,12 @@ TEST_F(Text, HybridsAreWrittenLikeTheirOperators) {
 TEST_F(Text, LeavesAndChoicesOfAmounts) {
     Encoder encoder;
     int const two = encoder.number(2);
-    EXPECT_EQ(amount(encoder, encoder.spot("A", "2023-07-02", "USD")), "Spot(\"A\", \"2023-07-02\", \"USD\")");
+    EXPECT_EQ(amount(encoder, encoder.spot("A", "2023-07-02", "USD")),
+              "Spot(\"A\", \"2023-07-02\", \"USD\")");
     EXPECT_EQ(amount(encoder, encoder.ref("k", 1.5)), "CstRef(\"k\", 1.5)");
     EXPECT_EQ(amount(encoder, encoder.reference("m")), "AmountRef(\"m\")");
-    EXPECT_EQ(amount(encoder, encoder.iff(encoder.above(two, 1), two, encoder.number(3))), "If(2 > 1) (2, 3)");
+    EXPECT_EQ(amount(encoder, encoder.iff(encoder.above(two, 1), two, encoder.number(3))),
+              "If(2 > 1) (2, 3)");
     EXPECT_EQ(amount(encoder, encoder.a(32, payload(1, two, two))), "Sorted({2, 2})[1]");
 }
 
@@ -80,9 +86,12 @@ TEST_F(Text, ComparisonsAskForNoBrackets) {
     std::vector<std::string> const operators{"==", ">", ">=", "<", "<=", "!="};
     for (std::size_t i = 0; i < operators.size(); ++i) {
         auto const code = static_cast<int>(i);
-        EXPECT_EQ(event(encoder, encoder.e(1 + code, payload(sum, two))), "2 + 2 " + operators[i] + " 2");
-        EXPECT_EQ(event(encoder, encoder.e(9 + code, payload(5, sum))), "5 " + operators[i] + " 2 + 2");
-        EXPECT_EQ(event(encoder, encoder.e(15 + code, payload(sum, 5))), "2 + 2 " + operators[i] + " 5");
+        EXPECT_EQ(event(encoder, encoder.e(1 + code, payload(sum, two))),
+                  "2 + 2 " + operators[i] + " 2");
+        EXPECT_EQ(event(encoder, encoder.e(9 + code, payload(5, sum))),
+                  "5 " + operators[i] + " 2 + 2");
+        EXPECT_EQ(event(encoder, encoder.e(15 + code, payload(sum, 5))),
+                  "2 + 2 " + operators[i] + " 5");
     }
 }
 
@@ -114,8 +123,10 @@ TEST_F(Text, FlowsAreWrittenOnePerLine) {
     int const payment = encoder.pay(encoder.number(1), "2024-01-01");
     int const receipt = encoder.pay(encoder.number(2), "2025-01-01", "USD", -1);
     EXPECT_EQ(flow(encoder, encoder.nothing()), "End()");
-    EXPECT_EQ(flow(encoder, encoder.both(payment, encoder.both(receipt, encoder.set("x", encoder.number(3))))),
-              "Pay(1, \"2024-01-01\", \"EUR\") &\nReceive(2, \"2025-01-01\", \"USD\") &\nSet(\"x\", 3)");
+    EXPECT_EQ(
+        flow(encoder,
+             encoder.both(payment, encoder.both(receipt, encoder.set("x", encoder.number(3))))),
+        "Pay(1, \"2024-01-01\", \"EUR\") &\nReceive(2, \"2025-01-01\", \"USD\") &\nSet(\"x\", 3)");
     EXPECT_EQ(flow(encoder, encoder.buy("2023-07-02", 2.5, payment)),
               "Buy(\"2023-07-02\", 2.5, Pay(1, \"2024-01-01\", \"EUR\"))");
     EXPECT_EQ(flow(encoder, encoder.buy("2023-07-02", 2.5, payment, -1)),
@@ -128,7 +139,8 @@ TEST_F(Text, SpreadsArePercentagesAndAbsentOnesAreNotWritten) {
     int const end = encoder.nothing();
     EXPECT_EQ(flow(encoder, encoder.condition(barrier, end, end, -0.01, 0.025)),
               "If(1 > 0, 1%, 2.5%) (\n    End(),\n    End()\n)");
-    EXPECT_EQ(flow(encoder, encoder.condition(barrier, end, end)), "If(1 > 0) (\n    End(),\n    End()\n)");
+    EXPECT_EQ(flow(encoder, encoder.condition(barrier, end, end)),
+              "If(1 > 0) (\n    End(),\n    End()\n)");
 }
 
 TEST_F(Text, BranchesAreIndentedByTheirDepth) {
@@ -137,7 +149,8 @@ TEST_F(Text, BranchesAreIndentedByTheirDepth) {
     int const end = encoder.nothing();
     int const inner = encoder.condition(barrier, encoder.both(end, end), end);
     EXPECT_EQ(flow(encoder, encoder.condition(barrier, inner, end)),
-              "If(1 > 0) (\n    If(1 > 0) (\n        End() &\n        End(),\n        End()\n    ),\n    End()\n)");
+              "If(1 > 0) (\n    If(1 > 0) (\n        End() &\n        End(),\n        End()\n    "
+              "),\n    End()\n)");
 }
 
 TEST_F(Text, AChoiceNamesItsOwner) {
@@ -147,7 +160,8 @@ TEST_F(Text, AChoiceNamesItsOwner) {
               "Either(Putable, \"2023-07-02\") ({\n    End(),\n    End()})");
     EXPECT_EQ(flow(encoder, encoder.c(2, payload(0, "2023-07-02", end))),
               "Either(Callable, \"2023-07-02\") ({\n    End()})");
-    EXPECT_EQ(flow(encoder, encoder.c(2, payload(-1, "2023-07-02", end))).substr(0, 16), "Either(Callable,");
+    EXPECT_EQ(flow(encoder, encoder.c(2, payload(-1, "2023-07-02", end))).substr(0, 16),
+              "Either(Callable,");
 }
 
 TEST_F(Text, LongAmountsBreakBehindAParenthesis) {
@@ -158,7 +172,8 @@ TEST_F(Text, LongAmountsBreakBehindAParenthesis) {
     std::string written;
     flow->c_write(written, 60);  // two fixings fit into a line
     EXPECT_EQ(written,
-              "Pay(Spot(\"A\", \"2023-07-02\") + Spot(\"A\", \"2023-07-02\")\n    + Spot(\"A\", \"2023-07-02\") + "
+              "Pay(Spot(\"A\", \"2023-07-02\") + Spot(\"A\", \"2023-07-02\")\n    + Spot(\"A\", "
+              "\"2023-07-02\") + "
               "Spot(\"A\", \"2023-07-02\"), \"2024-01-01\", \"EUR\")");
     written.clear();
     flow->c_write(written, 5);  // one break at each place that allows it

@@ -9,6 +9,7 @@
 #include "core/data/interest_rates.hpp"
 #include "core/modeling/black_scholes_mc_helper.hpp"
 #include "core/modeling/black_scholes_model.hpp"
+#include "core/modeling/black_scholes_pde_helper.hpp"
 #include "core/modeling/black_scholes_term_structure_mc_helper.hpp"
 #include "core/modeling/black_scholes_term_structure_model.hpp"
 #include "core/modeling/dupire_local_volatility_model.hpp"
@@ -101,6 +102,22 @@ TEST_F(ModelTest, OnlyTheBlackScholesModelsHaveASimulationHelper) {
     auto const term = helper_of(ModelName::black_scholes_term_structure);
     EXPECT_NE(dynamic_cast<BlackScholesTermStructureMCHelper*>(term->safe_new_MC_helper()),
               nullptr);
+}
+
+TEST_F(ModelTest, OnlyThePlainBlackScholesModelHasAFiniteDifferenceHelper) {
+    for (auto const name : {ModelName::default_model, ModelName::black_scholes_term_structure,
+                            ModelName::dupire, ModelName::free})
+        EXPECT_EQ(get_model(today, name)->safe_new_PDE_helper(), nullptr);
+    auto const model = get_model(today, ModelName::black_scholes);
+    auto* const helper = model->safe_new_PDE_helper();
+    EXPECT_NE(dynamic_cast<BlackScholesPDEHelper*>(helper), nullptr);
+    EXPECT_EQ(model->safe_new_PDE_helper(), helper);
+    Contract::ContractInformation information;
+    information.currencies = {euro.get()};
+    helper->set(today, Toolbox::DayCounter(), information, nullptr);
+    model->safe_delete_PDE_helper();
+    model->safe_delete_PDE_helper();  // nothing left to delete
+    EXPECT_EQ(model->safe_new_PDE_helper()->c_get_nb_currencies(), 0U);
 }
 
 TEST_F(ModelTest, AHelperAskedForTwiceIsTheSameObject) {

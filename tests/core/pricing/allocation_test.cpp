@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "core/pricing/contract_ladder.hpp"
 #include "support/pricing_test.hpp"
 
 namespace {
@@ -74,13 +75,13 @@ class AllocationTest : public PricingTest {
     }
 
     /// Allocations of one whole run.
-    std::uint64_t count(Contract::Contract& priced, std::uint64_t trials, int threads) {
+    std::uint64_t count(Contract::Contract& priced, std::uint64_t trials, int threads,
+                        std::unique_ptr<IPricer> pricer = get_pricer()) {
         MCPricerOptions::s_options = {.trials = trials,
                                       .nb_threads = static_cast<std::uint8_t>(threads),
                                       .antithetic_factor = 0.5};
         auto const model = Modeling::get_model(today, Modeling::ModelName::black_scholes);
         EXPECT_TRUE(model->get_dependencies(priced));
-        auto const pricer = get_pricer();
         allocations = 0;
         counting = true;
         bool const success = pricer->run(priced, model.get());
@@ -97,6 +98,30 @@ TEST_F(AllocationTest, ATrialAllocatesNothing) {
         auto const few = count(*priced, 10, threads);
         EXPECT_GT(few, 0U);
         EXPECT_EQ(count(*priced, 1000, threads), few) << threads;
+    }
+}
+
+TEST_F(AllocationTest, ATrialOfALadderAllocatesNothing) {
+    PricerOptions::s_options.greeks = {};
+    TreeBuilder tree;
+    int const coupon =
+        tree.binary(TreeBuilder::mul, tree.constant("coupon", 2.0), tree.fixing("A", half_year));
+    int const above = tree.compare(TreeBuilder::greater, tree.fixing("A", one_year), 95.0);
+    int const pay = tree.pay(tree.reference("memory"), one_year, "EUR");
+    auto const priced = contract(
+        tree, tree.both(tree.set("memory", coupon),
+                        tree.condition(above, pay, tree.pay(coupon, two_years, "EUR"), 1.0, 2.0)));
+    auto const ladder = [] {
+        auto made = get_contract_ladder();
+        for (double const value : {1.0, 3.0, 5.0})
+            made->get_results().push_back(
+                {{{"coupon", {.kind = {}, .unit = {}, .value = value}}}, {}});
+        return made;
+    };
+    std::ignore = count(*priced, 1, 1, ladder());
+    for (int const threads : {1, 3}) {
+        auto const few = count(*priced, 10, threads, ladder());
+        EXPECT_EQ(count(*priced, 1000, threads, ladder()), few) << threads;
     }
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "core/modeling/helper.hpp"
+#include "core/pricing/pde_pricer.hpp"
 #include "support/pricing_test.hpp"
 
 namespace ximCORE::Pricing {
@@ -385,6 +386,9 @@ TEST_F(PricerTest, TheMethodOfTheSettingsChoosesTheEngine) {
     method = PricingMethod::MONTE_CARLO;
     auto const engine = get_pricer();
     EXPECT_NE(dynamic_cast<MCPricer*>(engine.get()), nullptr);
+    method = PricingMethod::FINITE_DIFFERENCE;
+    auto const grid_engine = get_pricer();
+    EXPECT_NE(dynamic_cast<PDEPricer*>(grid_engine.get()), nullptr);
     method = static_cast<PricingMethod>(4);
     EXPECT_EQ(get_pricer(), nullptr);
 }

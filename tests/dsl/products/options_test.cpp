@@ -89,6 +89,20 @@ TEST(DigitalOption, ThePutPaysWhereTheCallDoesAboveTheStrike) {
     EXPECT_THAT([&] { EXPECT_FALSE(option.build()); }, LogsError("Contract empty"));
 }
 
+TEST(DigitalOption, PutAndCallPayTheSame) {
+    for (auto const kind : {PayoffKind::CALL_TYPE, PayoffKind::PUT_TYPE}) {
+        DigitalOptionExample option;
+        fill(option).PayoffKind = kind;
+        ASSERT_TRUE(option.build());
+        EncodedReader reader(*option.encoded);
+        for (auto const level : {99.0, 100.0, 101.0}) {
+            reader.fixings = {{"AAA@2025-06-30", level}};
+            auto const paid = reader.flows();
+            EXPECT_EQ(paid.empty() ? 0.0 : paid.at("2025-06-30"), level > 100.0 ? 1.0 : 0.0);
+        }
+    }
+}
+
 TEST(AmericanOption, OffersThePayoffOnEachDate) {
     AmericanOptionExample option;
     fill(option).Schedule = {"2025-03-31", "2025-06-30"};

@@ -8,6 +8,7 @@ namespace {
 
 using namespace ximAPI;
 using ximTest::EncodedReader;
+using ximTest::LogsError;
 using ximTest::text_of;
 
 double call(double x, double k) {
@@ -209,8 +210,19 @@ TEST(BarrierReverseConvertible, ComparesTheSpotToTheBarrierAndPaysTheShareOfTheS
               "a 2 18 1.1,0\n"
               "c 2 5 2,2025-06-30,EUR,1\n"
               "c 0 1 0,1,2,0,0\n");
-    product.Strike = 0.0f;
-    EXPECT_TRUE(product.build());
+}
+
+TEST(ReverseConvertible, WithoutStrikeItIsRefused) {
+    ReverseConvertibleExample plain;
+    plain.Coupon = 110.0f;
+    BarrierReverseConvertibleExample with_barrier;
+    with_barrier.Coupon = 110.0f;
+    with_barrier.BarrierLevel = 80.0f;
+    for (ICashFlow* product : std::initializer_list<ICashFlow*>{&plain, &with_barrier}) {
+        EXPECT_THAT([&] { EXPECT_FALSE(product->build()); },
+                    LogsError("Reverse convertible without strike"));
+        EXPECT_EQ(product->encoded, nullptr);
+    }
 }
 
 }  // namespace

@@ -162,6 +162,17 @@ TEST(Vanilla, APayoffOfOnePointAddsNothing) {
     EXPECT_EQ(text_of(with_point), text_of(plain));
 }
 
+TEST(Vanilla, AnItemOfZerosStillHoldsItsFixing) {
+    Vanilla::CliquetItem zero;
+    zero.Ticker = "AAA";
+    zero.FixingDate = "2025-06-30";
+    zero.PaymentDate = "2025-07-02";
+    EXPECT_EQ(paid(zero, 120.0), 0.0);
+    Vanilla product;
+    product.Cliquet = {zero};
+    EXPECT_NE(text_of(product).find(" 28 AAA,2025-06-30,\n"), std::string::npos);
+}
+
 TEST(Vanilla, WithoutItemsThereIsNoContract) {
     Vanilla product;
     EXPECT_THAT([&] { EXPECT_FALSE(product.build()); }, LogsError("Contract empty"));

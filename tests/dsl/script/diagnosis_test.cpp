@@ -271,6 +271,14 @@ TEST(RenderDiagnosis, CutsALongLineRoundThePlace) {
     EXPECT_EQ(shown.substr(column, 3), "Foo");
 }
 
+TEST(RenderDiagnosis, APlaceOutsideTheScriptShowsAnEmptyLine) {
+    EXPECT_EQ(render_diagnosis(ximAPI::ScriptDiagnosis{}, "End()"),
+              "0:0: error: \n    End()\n    ^\n");
+    auto diagnosis = diagnose_script("End() &\n\nFoo");
+    EXPECT_THAT(render_diagnosis(diagnosis, "x"),
+                HasSubstr("3:1: error: unknown word \"Foo\"\n    \n    ^\n"));
+}
+
 TEST(RenderDiagnosis, LetsNoControlCharacterThrough) {
     std::string const script = "End() \x1B[31m Foo";
     auto const text = render_diagnosis(diagnose_script(script), script);

@@ -146,7 +146,7 @@ TEST(Statement, SpreadsCountFromTwoOnwards) {
     auto const spreads = [](std::string const& event_and_spreads) {
         ximAPI::Console console("If(" + event_and_spreads + ")(Pay(1,2025-07-01,EUR),End())");
         if (!console.build()) return std::string("rejected");
-        auto const& fields = EncodedReader(*console.encoded).root().fields;
+        auto const fields = EncodedReader(*console.encoded).root().fields;
         return fields[3] + ' ' + fields[4];
     };
     std::string const event = "Spot(AAA,2025-06-30)>100";
@@ -378,12 +378,12 @@ TEST(Nesting, TenThousandBracketsAreTakenAndOneMoreIsNot) {
             {"If(", "1", ">1)(2,3)", 3'333},  // a condition, its event and the comparison: three
                                               // levels each
         };
-        for (auto const& [open, inner, close, levels] : rows) {
-            auto const text = [&](std::size_t count) {
-                return repeat(open, count) + inner + repeat(close, count);
-            };
-            EXPECT_TRUE(is_expression(text(levels))) << open;
-            EXPECT_FALSE(is_expression(text(10'001))) << open;
+        auto const text = [](Row const& row, std::size_t count) {
+            return repeat(row.open, count) + row.inner + repeat(row.close, count);
+        };
+        for (auto const& row : rows) {
+            EXPECT_TRUE(is_expression(text(row, row.levels))) << row.open;
+            EXPECT_FALSE(is_expression(text(row, 10'001))) << row.open;
         }
         auto const statement = [](std::size_t count) {
             return repeat("If(1>2)(End(),", count) + "End()" + repeat(")", count);
