@@ -1,12 +1,12 @@
-// Prices the same call three ways from C++: as a script, as a tree built with the functions of the contract language, and by
-// the formula, and prints the three. It leaves with 1 when they disagree by more than four standard errors.
+// Prices the same call three ways from C++: as a script, as a tree built with the functions of the
+// contract language, and by the formula, and prints the three. It leaves with 1 when they disagree
+// by more than four standard errors.
 
 #include <cmath>
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
-
 #include <ximAPI/ximAPI.hpp>
 
 namespace {
@@ -53,8 +53,9 @@ int main() {
     std::string const script = "Pay(Max(Spot(^GSPC, 2022-05-03) - 4150, 0), 2022-05-03, USD)";
     bool const priced =
         price(std::make_unique<ximAPI::Console>(script), by_script) &&
-        price(std::make_unique<ximAPI::CashFlow>(ximDSL::Pay(
-                  ximDSL::Max(ximDSL::Spot("^GSPC", c_maturity, "") - c_strike, 0.0F), c_maturity, "USD")),
+        price(std::make_unique<ximAPI::CashFlow>(
+                  ximDSL::Pay(ximDSL::Max(ximDSL::Spot("^GSPC", c_maturity, "") - c_strike, 0.0F),
+                              c_maturity, "USD")),
               by_tree);
     if (!priced) {
         return 1;
@@ -65,6 +66,7 @@ int main() {
     std::printf("tree     %.4f\n", static_cast<double>(by_tree.Mean));
     std::printf("formula  %.4f\n", exact);
     bool const same = by_script.Mean == by_tree.Mean;
-    bool const close = std::abs(static_cast<double>(by_script.Mean) - exact) < 4.0 * static_cast<double>(by_script.Stddev);
+    bool const close = std::abs(static_cast<double>(by_script.Mean) - exact) <
+                       4.0 * static_cast<double>(by_script.Stddev);
     return same && close ? 0 : 1;
 }

@@ -1,6 +1,7 @@
-// Prices two ready products from C++. A European call: fill its record, put it into the contract, ask for the price, compare it
-// with the formula. An autocall: price the note, and again with its coupons doubled. The program leaves with 1 when the call
-// disagrees with the formula by more than four standard errors, or the better note is not worth more.
+// Prices two ready products from C++. A European call: fill its record, put it into the contract,
+// ask for the price, compare it with the formula. An autocall: price the note, and again with its
+// coupons doubled. The program leaves with 1 when the call disagrees with the formula by more than
+// four standard errors, or the better note is not worth more.
 
 #include <cmath>
 #include <cstdio>
@@ -8,7 +9,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
 #include <ximAPI/products/autocall.hpp>
 #include <ximAPI/products/examples.hpp>
 #include <ximAPI/ximAPI.hpp>
@@ -18,7 +18,8 @@ namespace {
 char const* const c_today = "2021-05-03";
 
 /// Prices a product on the demonstration data. Prints the log of a call that fails.
-bool price(std::unique_ptr<ximAPI::ICashFlow> product, std::string const& currency, ximAPI::PricingResult& result) {
+bool price(std::unique_ptr<ximAPI::ICashFlow> product, std::string const& currency,
+           ximAPI::PricingResult& result) {
     ximAPI::Data data;
     ximAPI::Contract contract;
     contract.Date = c_today;
@@ -49,8 +50,9 @@ std::unique_ptr<ximAPI::EuropeanOptionExample> make_call() {
     return call;
 }
 
-/// Three yearly observations: the note ends at par and the coupon once the index is back at its start level, and pays the coupon
-/// while the index is above 70 % of it. At the end it pays par above 60 %, the performance below.
+/// Three yearly observations: the note ends at par and the coupon once the index is back at its
+/// start level, and pays the coupon while the index is above 70 % of it. At the end it pays par
+/// above 60 %, the performance below.
 std::unique_ptr<ximAPI::Autocall> make_note(float coupon_pct) {
     auto note = std::make_unique<ximAPI::Autocall>();
     note->ForwardStartDate = c_today;
@@ -100,6 +102,7 @@ int main() {
     std::printf("%-20s %10.4f\n", "its formula", exact);
     print("autocall, 4 %", note);
     print("autocall, 8 %", better_note);
-    bool const close = std::abs(static_cast<double>(call.Mean) - exact) < 4.0 * static_cast<double>(call.Stddev);
+    bool const close =
+        std::abs(static_cast<double>(call.Mean) - exact) < 4.0 * static_cast<double>(call.Stddev);
     return close && better_note.Mean > note.Mean ? 0 : 1;
 }

@@ -40,8 +40,9 @@ struct XGreek {
 
 /// The answer of a pricing. Greeks that were not asked for are empty.
 struct PricingResults {
-    std::vector<NameValueResult> All;  ///< the flat report: "PRICE", then every greek as "DELTA@ticker"
-    PriceResult Price;                 ///< in JSON an array of one object
+    std::vector<NameValueResult>
+        All;            ///< the flat report: "PRICE", then every greek as "DELTA@ticker"
+    PriceResult Price;  ///< in JSON an array of one object
     std::vector<TickerValueResult> Delta;
     std::vector<TickerValueResult> Gamma;
     std::vector<TickerValueResult> Vega;

@@ -22,7 +22,8 @@ class Amount : public Component, public Replaceable<Amount> {
     /// The value from what is known now. False, with `value` as it was, when it is not; `level` is
     /// that of the records.
     [[nodiscard]] virtual bool eval(double& value, Data::Level level) = 0;
-    /// The value at each point of the space grid. An underlying that is not equity-like has none (an empty grid).
+    /// The value at each point of the space grid. An underlying that is not equity-like has none
+    /// (an empty grid).
     virtual Toolbox::Grid eval(Modeling::PDEHelper* helper) = 0;
     /// True for a constant node, with its value.
     [[nodiscard]] virtual bool c_is_deterministic(double& /*value*/) const { return false; }

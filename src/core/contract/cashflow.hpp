@@ -75,9 +75,10 @@ class CashFlow : public Gathering<CashFlow>, public Replaceable<CashFlow> {
     /// known.
     [[nodiscard]] virtual bool eval(double& value) = 0;
 
-    /// The value at `date` on the space grid, undiscounted, as a function of what is known then. `date` carries its pillar
-    /// rank. Here: zeros.
-    virtual void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper, Toolbox::Grid& values);
+    /// The value at `date` on the space grid, undiscounted, as a function of what is known then.
+    /// `date` carries its pillar rank. Here: zeros.
+    virtual void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper,
+                                   Toolbox::Grid& values);
     /// The same as a new grid; nothing is kept from one call to the next.
     Toolbox::Grid get_value_at_pillar_date(Toolbox::Date const& date, Modeling::PDEHelper* helper);
 

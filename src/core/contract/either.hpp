@@ -29,7 +29,8 @@ class Either final : public Composite<Either, CashFlow> {
     void eval(Modeling::FixingGrid&, Variables&, Toolbox::Array1D<double>&) override {}
     /// Whether all alternatives are known; `value` stays.
     [[nodiscard]] bool eval(double& value) override;
-    void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper, Toolbox::Grid& values) override;
+    void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper,
+                           Toolbox::Grid& values) override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
     void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,

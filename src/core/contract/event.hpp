@@ -52,8 +52,8 @@ class Event : public Component, public Replaceable<Event> {
     /// known.
     [[nodiscard]] bool smooth_eval(double lhs, double rhs, double& weight, int const& direction);
     /// The same at each point of the space grid, with the widths and the direction of that point.
-    Toolbox::Grid smooth_eval(Modeling::PDEHelper* helper, Toolbox::Grid const& lhs, Toolbox::Grid const& rhs,
-                              Toolbox::IntGrid const& direction);
+    Toolbox::Grid smooth_eval(Modeling::PDEHelper* helper, Toolbox::Grid const& lhs,
+                              Toolbox::Grid const& rhs, Toolbox::IntGrid const& direction);
     /// Both at once: each amount below is evaluated one time. False when not known; on a path
     /// always true.
     [[nodiscard]] virtual bool weigh(Weighing const& weighing, Weights& weights) = 0;

@@ -57,7 +57,8 @@ class PayReceive final : public Composite<PayReceive, CashFlow> {
     void eval(Modeling::FixingGrid& grid, Variables& variables,
               Toolbox::Array1D<double>& flows) override;
     [[nodiscard]] bool eval(double& value) override;
-    void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper, Toolbox::Grid& values) override;
+    void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper,
+                           Toolbox::Grid& values) override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
     void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
@@ -105,7 +106,8 @@ class BuySell final : public Composite<BuySell, CashFlow> {
         m_child->eval(grid, variables, flows);
     }
     [[nodiscard]] bool eval(double& value) override { return m_child->eval(value); }
-    void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper, Toolbox::Grid& values) override;
+    void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper,
+                           Toolbox::Grid& values) override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
     void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
@@ -176,7 +178,8 @@ class CashFlowBinaryOperation final : public CashFlow {
     void eval(Modeling::FixingGrid& grid, Variables& variables,
               Toolbox::Array1D<double>& flows) override;
     [[nodiscard]] bool eval(double& value) override;
-    void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper, Toolbox::Grid& values) override;
+    void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper,
+                           Toolbox::Grid& values) override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
     void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,

@@ -5,6 +5,7 @@
 #include "core/data/curves/yield_curve_stripper.hpp"
 #include "core/modeling/fixing_grid.hpp"
 #include "core/toolbox/errors.hpp"
+#include "core/toolbox/log.hpp"
 #include "core/toolbox/period.hpp"
 
 namespace ximCORE::Data {
@@ -94,7 +95,10 @@ SwapRate::Leg::Leg(Date const& start_date, Date const& end_date)
 
 void SwapRate::c_set_fixing_grid_internal(Date const& date, Currency const& currency,
                                           Modeling::FixingGrid& grid) const {
-    if (m_schedule.empty()) Toolbox::raise_segmentation_fault();
+    if (m_schedule.empty()) {
+        Toolbox::Log::s_log(Toolbox::Log::Level::ERROR, "Swap rate without periods");
+        Toolbox::raise_segmentation_fault();
+    }
     grid.open_zero_coupon(date, currency, m_schedule.front().start);
     for (auto const& leg : m_schedule) grid.open_zero_coupon(date, currency, leg.end);
 }

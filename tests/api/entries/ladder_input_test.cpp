@@ -59,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(
                       BadInput{"UnknownType", "MARKET", "colour@^GSPC", true, nullptr},
                       BadInput{"UnknownTicker", "MARKET", "spot@NOBODY", true, nullptr},
                       BadInput{"NoTicker", "MARKET", "volatility@", true, nullptr},
-                      BadInput{"UnknownCurrency", "MARKET", "yield@XXX", true, nullptr},
+                      BadInput{"UnknownCurrency", "MARKET", "yield@ZZZ", true, nullptr},
                       BadInput{"OneTicker", "MARKET", "correlation@^GSPC", false, "'#'"},
                       BadInput{"UnknownPair", "MARKET", "correlation@A#B", true, nullptr},
                       BadInput{"EmptyFeature", "CONTRACT", "", true, nullptr},

@@ -143,7 +143,7 @@ TEST(GetPrice, MissingPastFixingIsNamed) {
 }
 
 TEST(GetPrice, UnknownCurrencyIsNamed) {
-    auto const answer = call_route("/GetPrice", price_request("Pay(1,2022-05-03,XXX)", 10));
+    auto const answer = call_route("/GetPrice", price_request("Pay(1,2022-05-03,ZZZ)", 10));
     EXPECT_FALSE(answer.success);
     EXPECT_THAT(answer.messages("ERROR"), ::testing::Not(IsEmpty())) << answer.log();
 }

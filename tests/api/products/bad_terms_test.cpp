@@ -217,7 +217,7 @@ TEST_P(BadTerms, AnUnknownUnderlyingIsNamed) {
 }
 
 TEST_P(BadTerms, AnUnknownCurrencyIsAnError) {
-    for (std::string const currency : {"XXX", ""}) {
+    for (std::string const currency : {"ZZZ", ""}) {
         auto const answer =
             price(spoiled(GetParam(), [&](Json::Value& object, std::string const& key) {
                 if (key == "PaymentCurrency") object[key] = currency;

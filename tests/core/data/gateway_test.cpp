@@ -103,7 +103,7 @@ TEST_F(GatewayTest, FillsACurrencyFromAReply) {
 
 TEST_F(GatewayTest, DropsRepliesThatNothingAskedFor) {
     spot(share("A"));
-    cache().get_currency("XXX", Level::silent);
+    cache().get_currency("ZZZ", Level::silent);
     cache().get_underlying("X", Level::silent);
     auto& source = add(first_journal);
     source.is_chatty = true;

@@ -127,7 +127,7 @@ INSTANTIATE_TEST_SUITE_P(All, ModelLadderKeys, ::testing::Values(
     KeyCase{"yield@EUR",    Kind::additive,       Unit::basis_point, -100.0, 100.0, 0.25,   0.04, 1.0},
     KeyCase{"nonsense@A",   Kind::assignment,     Unit::none,        1.0,    100.0, 0.25,   0.03, 1.0},
     KeyCase{"spot@NOBODY",  Kind::assignment,     Unit::none,        1.0,    100.0, 0.25,   0.03, 1.0},
-    KeyCase{"yield@XXX",    Kind::assignment,     Unit::none,        1.0,    100.0, 0.25,   0.03, 1.0}));
+    KeyCase{"yield@ZZZ",    Kind::assignment,     Unit::none,        1.0,    100.0, 0.25,   0.03, 1.0}));
 // clang-format on
 
 /// The value that takes `from` to `to` by a kind and a unit.

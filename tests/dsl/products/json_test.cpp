@@ -123,6 +123,20 @@ TEST(ProductJson, EachKindMakesItsClassAndSixMakeNone) {
     }
 }
 
+TEST(ProductJson, ADigitalOptionReadsTheFiveKeysOfAEuropeanOne) {
+    auto const json = parse(R"({"PayoffKind": "PUT_TYPE", "Ticker": "AAA",
+        "PaymentCurrency": "EUR", "MaturityDate": "2025-06-30", "Strike": 95.5})");
+    auto const product = Toolkit::read_product_of(ContractKind::DIGITAL_OPTION_EXAMPLE, json);
+    auto const* digital = dynamic_cast<DigitalOptionExample const*>(product.get());
+    ASSERT_NE(digital, nullptr);
+    EXPECT_EQ(digital->PayoffKind, PayoffKind::PUT_TYPE);
+    EXPECT_EQ(digital->Ticker, "AAA");
+    EXPECT_EQ(digital->PaymentCurrency, "EUR");
+    EXPECT_EQ(digital->MaturityDate, "2025-06-30");
+    EXPECT_EQ(digital->Strike, 95.5f);
+    EXPECT_EQ(written(*digital), json);
+}
+
 TEST(ProductJson, AnAutocallReadsAllItsKeysAndWritesThemBack) {
     auto const json = parse(R"({
         "Schedule": [{"ObservationDate": "2025-06-30", "PaymentDate": "2025-07-02", "PaymentCurrency": "EUR", "Notional": 1000.0,

@@ -182,7 +182,7 @@ TEST_F(ForwardCurveTest, DeclaringSucceedsOnceCurrencyAndKindAreKnown) {
 }
 
 TEST_F(ForwardCurveTest, AnExchangeRateWithoutBaseCurrencyIsNotLinked) {
-    auto const half = underlying("XXXUSD", "USD", std::make_shared<ExchangeRate>());
+    auto const half = underlying("ZZZUSD", "USD", std::make_shared<ExchangeRate>());
     set_spot(*half, 2.0);
     auto& curve = forward_curve(*half);
     EXPECT_FALSE(curve.get_dependencies());
