@@ -19,6 +19,10 @@ if(XIM_SANITIZE)
   target_link_options(xim_settings INTERFACE -fsanitize=${XIM_SANITIZE})
 endif()
 
+# Tests are compiled for the compiler's speed; what they test keeps its optimisation.
+add_library(xim_test_settings INTERFACE)
+target_compile_options(xim_test_settings INTERFACE $<$<CONFIG:Release>:-O0>)
+
 set_property(GLOBAL PROPERTY XIM_LAYERS "")
 
 # xim_layer(<name> FILES <sources> HEADERS <headers> DEPENDS <lower layers>): the static library
@@ -49,7 +53,7 @@ function(xim_tests name)
   cmake_parse_arguments(arg "" "" "FILES;LINK;LABELS;ARGS" ${ARGN})
   if(NOT TARGET ${name}_tests)
     add_executable(${name}_tests)
-    target_link_libraries(${name}_tests PRIVATE xim_${name} GTest::gtest GTest::gmock
+    target_link_libraries(${name}_tests PRIVATE xim_${name} xim_test_settings GTest::gtest GTest::gmock
                                                 GTest::gtest_main)
     target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_precompile_headers(${name}_tests PRIVATE

@@ -34,8 +34,9 @@ struct ScriptDiagnosis {
 };
 
 /// Diagnoses the script, as it stands in the key "Script" (blanks, quotes and line breaks
-/// included). `accepted` is what `Console::build` answers; where that raises an exception, the
-/// script is not accepted. Never throws, logs nothing. Cost: that of one parse.
+/// included). `accepted` is what `Console::build` answers, except that a text with a comma only
+/// warns; where that raises an exception, the script is not accepted. Never throws, logs nothing.
+/// Cost: that of one parse.
 XIM_EXPORT ScriptDiagnosis diagnose_script(std::string const& script) noexcept;
 
 /// The diagnosis for a terminal: for the error and each warning the place and message, the line of

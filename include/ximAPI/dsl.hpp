@@ -209,7 +209,8 @@ class XIM_EXPORT Observation {
 // --------------------------------------------------------------------------------------------------------------
 
 /// Writes the encoded text of the contract, which `ximAPI::File` reads back; the tree must not have
-/// been encoded before. False if the file cannot be written, or if there is nothing to write.
+/// been encoded before. False if the file cannot be written, if there is nothing to write, or if a
+/// text holds a comma.
 [[nodiscard]] XIM_EXPORT bool Save(CashFlowPtr const& cashflow, std::string const& filename);
 [[nodiscard]] XIM_EXPORT bool Save(std::vector<Observation> const& observations,
                                    std::string const& filename);

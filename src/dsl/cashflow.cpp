@@ -18,7 +18,7 @@ bool CashFlow::write_header(Encoded& encoded) {
 bool CashFlow::encode(Encoded& encoded) {
     if (!write_header(encoded)) return false;
     write(encoded);
-    return true;
+    return encoded.text_with_comma.empty();
 }
 
 bool CashFlowBinaryOperation::parse(std::stack<NodePtr>& stack) {

@@ -30,7 +30,8 @@ class CashFlow : public Node {
     [[nodiscard]] bool write_header(Encoded& encoded);
 
     /// The encoded form of the contract whose root this node is. To be called once, on a fresh
-    /// tree: a node that has been written adds nothing. False if a child is missing.
+    /// tree: a node that has been written adds nothing. False if a child is missing or a text holds
+    /// a comma.
     [[nodiscard]] bool encode(Encoded& encoded);
 
  private:

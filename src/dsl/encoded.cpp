@@ -44,9 +44,10 @@ bool encode(std::vector<Observation> const& observations, Encoded& encoded) {
         auto const& [date, amount] = observations[index];
         amount->write(encoded);
         auto& item = encoded.items.emplace_back('o', static_cast<int>(index), 0);
+        check_field(encoded, date);
         item.payload << date << ',' << amount->c_get_id();
     }
-    return true;
+    return encoded.text_with_comma.empty();
 }
 
 void Toolkit::serialize(Encoded const& encoded, std::ostream& out) {

@@ -32,10 +32,11 @@ struct Encoded {
     std::uint64_t events{};
     std::uint64_t cashflows{};
     std::vector<ItemEncoded> items;
+    std::string text_with_comma;  ///< the first text that would read as more than one field, if any
 };
 
 /// Encodes a list of observations: item "o" number i is the date and the amount of the i-th one.
-/// False if an amount is missing; `encoded` is then of no use.
+/// False if an amount is missing or a text holds a comma; `encoded` is then of no use.
 [[nodiscard]] bool encode(std::vector<Observation> const& observations, Encoded& encoded);
 
 /// The text of a contract file: a header line with root and counts, then a line per item with tag,

@@ -18,7 +18,10 @@ ICashFlow::~ICashFlow() = default;
 bool ICashFlow::encode(ximDSL::CashFlowPtr const& root) {
     encoded.reset();
     auto fresh = std::make_unique<ximDSL::Encoded>();
-    if (root == nullptr || !root->encode(*fresh)) return refuse("Contract empty");
+    if (root == nullptr || !root->encode(*fresh)) {
+        auto const& text = fresh->text_with_comma;
+        return refuse(text.empty() ? "Contract empty" : "Text with a comma: " + text);
+    }
     encoded = std::move(fresh);
     return true;
 }

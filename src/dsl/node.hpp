@@ -143,6 +143,14 @@ void write_field(std::ostream& out, std::vector<Child<T>> const& children) {
     }
 }
 
+/// Notes the first text that the commas of a payload would cut.
+template <class Field>
+void check_field(Encoded&, Field const&) {}
+inline void check_field(Encoded& encoded, std::string const& text) {
+    if (encoded.text_with_comma.empty() && text.find(',') != std::string::npos)
+        encoded.text_with_comma = text;
+}
+
 template <class Field>
 void list_field(std::vector<Node*>&, Field const&) {}
 template <class T>
@@ -171,6 +179,7 @@ class Described : public Family {
         auto separator = "";
         auto const write = [&](auto const& field) {
             if (is_empty(field)) return;
+            check_field(encoded, field);
             item.payload << std::exchange(separator, ",");
             write_field(item.payload, field);
         };

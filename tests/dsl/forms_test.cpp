@@ -47,6 +47,39 @@ TEST(CashFlow, AnEmptyTreeIsAFailedBuild) {
     EXPECT_THAT([&] { EXPECT_FALSE(incomplete.build()); }, LogsError("Contract empty"));
 }
 
+TEST(CashFlow, ATextWithACommaIsRefusedBeforeItIsReadAsSeveralFields) {
+    using namespace ximDSL;
+    auto const fixing = [](char const* ticker, char const* date) {
+        return Pay(Spot(ticker, date, ""), "2025-06-30", "EUR");
+    };
+    for (auto const& [contract, text] : std::vector<std::pair<CashFlowPtr, std::string>>{
+             {Pay(1.0f, "2025-06-30", "EUR,-1"), "EUR,-1"},
+             {Pay(CstRef("quantity,0", 3.0f), "2025-06-30", "EUR"), "quantity,0"},
+             {fixing("AAA,2024-01-02", "2025-06-30"), "AAA,2024-01-02"},
+             {fixing("AAA", "Jun 30, 2025"), "Jun 30, 2025"},
+             {Set("a,b", Cst(1.0f)), "a,b"}}) {
+        ximAPI::CashFlow form(contract);
+        EXPECT_THAT([&] { EXPECT_FALSE(form.build()); }, LogsError("Text with a comma: " + text));
+        EXPECT_EQ(form.encoded, nullptr);
+    }
+}
+
+TEST(Console, ACommaInsideANameIsRefusedByName) {
+    Console console("Set(a(b,c),1)");
+    EXPECT_THAT([&] { EXPECT_FALSE(console.build()); }, LogsError("Text with a comma: a(b,c)"));
+}
+
+TEST(BasketObservable, ATextWithACommaIsRefusedByName) {
+    BasketObservable basket;
+    basket.Basket = {{"AAA,2024-01-02", 100.0f}};
+    basket.ForwardStartDate = "2025-01-02";
+    EXPECT_THAT([&] { EXPECT_FALSE(basket.build({"2025-06-30"})); },
+                LogsError("Text with a comma: AAA,2024-01-02"));
+    basket.Basket = {{"AAA", 100.0f}};
+    EXPECT_THAT([&] { EXPECT_FALSE(basket.build({"Jun 30, 2025"})); },
+                LogsError("Text with a comma: Jun 30, 2025"));
+}
+
 /// A basket of two, half each, since 2025-01-02.
 BasketObservable& fill(BasketObservable& basket, BasketKind kind) {
     basket.Basket = {{"AAA", 50.0f}, {"BBB", 50.0f}};

@@ -98,6 +98,9 @@ void serialize(std::vector<T> const& values, Json::Value& json) {
 }
 template <class T>
 void deserialize(Json::Value const& json, std::vector<T>& values) {
+    // a text, number or boolean has no elements: it would pass as an empty array
+    if (!json.isNull() && !json.isArray() && !json.isObject())
+        Json::throwLogicError("Value is not convertible to array.");
     values.resize(json.size());
     Json::ArrayIndex index = 0;
     for (auto& value : values) deserialize(json[index++], value);

@@ -8,6 +8,7 @@
 #include "core/contract/contract.hpp"
 #include "core/modeling/mc_helper.hpp"
 #include "core/modeling/model.hpp"
+#include "core/toolbox/log.hpp"
 
 namespace ximCORE::Pricing {
 
@@ -88,6 +89,10 @@ bool IMCPricer::compute(Contract::Contract& contract, Modeling::Model* model) {
     for (auto& worker : workers) {
         worker = _new_thread();
         if (worker == nullptr) return false;
+    }
+    if (workers.c_get_size() == 0) {
+        Toolbox::Log::s_log(Toolbox::Log::Level::ERROR, "Monte Carlo without threads");
+        Toolbox::raise_segmentation_fault();
     }
     auto& first = *workers.unsafe_get(0);
     if (workers.c_get_size() > 1) {

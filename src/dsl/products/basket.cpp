@@ -28,7 +28,9 @@ bool BasketObservable::build(std::vector<std::string> const& dates) {
     auto fresh = std::make_unique<ximDSL::Encoded>();
     if (GetBasketPerformance(*this, ForwardStartDate) == nullptr ||
         !ximDSL::encode(observations, *fresh)) {
-        Log::s_log(Log::Level::ERROR, "Basket without performance");
+        auto const& text = fresh->text_with_comma;
+        Log::s_log(Log::Level::ERROR,
+                   text.empty() ? "Basket without performance" : "Text with a comma: " + text);
         return false;
     }
     encoded = std::move(fresh);

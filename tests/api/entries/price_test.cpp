@@ -224,6 +224,7 @@ TEST(GetPrice, NoThreadIsASegmentationFaultRecord) {
     request["PricerConfiguration"]["MonteCarloNbThreads"] = 0;
     auto const answer = call_route("/GetPrice", request);
     EXPECT_FALSE(answer.success);
+    EXPECT_THAT(answer.messages("ERROR"), ElementsAre("Monte Carlo without threads"));
     EXPECT_THAT(answer.messages("EXCEPTION"), ElementsAre("Segmentation fault"));
 }
 

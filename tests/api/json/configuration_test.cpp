@@ -62,6 +62,17 @@ TEST(Reading, FitsTheVectorToTheSizeOfTheArray) {
     EXPECT_EQ(data.Sources[1].File, "");
 }
 
+TEST(Reading, ATextNumberOrBooleanInThePlaceOfAnArrayRaises) {
+    std::vector<std::string> dates{"2024-01-01"};
+    for (Json::Value const& json : {Json::Value("2025-01-01"), Json::Value(5), Json::Value(true)})
+        EXPECT_THROW(deserialize(json, dates), Json::LogicError) << json;
+    EXPECT_THAT(dates, testing::ElementsAre("2024-01-01"));
+    for (Json::Value const& json : {Json::Value(), Json::Value(Json::objectValue)}) {
+        deserialize(json, dates);
+        EXPECT_TRUE(dates.empty()) << json;
+    }
+}
+
 TEST(Reading, NumbersAreFloatsAndAreWrittenBackAsDoubles) {
     auto const pricer = read<Pricer>(R"({"DeltaSpotBump": 0.1})");
     EXPECT_EQ(pricer.DeltaSpotBump, 0.1F);

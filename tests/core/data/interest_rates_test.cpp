@@ -162,6 +162,8 @@ TEST_F(GridTest, ASwapWithoutPeriodsIsRefusedBeforeAnyPathIsRun) {
     auto const rate = underlying("SWAP", "EUR", std::make_shared<SwapRate>());
     EXPECT_THAT([&] { rate->c_set_fixing_grid_internal(m_fixing, m_grid); },
                 Raises<SegmentationFaultException>());
+    EXPECT_THAT([&] { EXPECT_ANY_THROW(rate->c_set_fixing_grid_internal(m_fixing, m_grid)); },
+                LogsError("Swap rate without periods"));
     EXPECT_THAT([&] { static_cast<void>(rate->eval(m_fixing, m_grid)); },
                 Raises<SegmentationFaultException>());
 }

@@ -7,7 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "dsl/cashflow.hpp"
 #include "dsl/encoded_reader.hpp"
+#include "dsl/script/parser.hpp"
+#include "dsl/script/text.hpp"
 #include "ximAPI/cashflow.hpp"
 #include "ximAPI/diagnosis.hpp"
 
@@ -178,11 +181,12 @@ class Writer {
     std::mt19937 m_random;
 };
 
-/// Whether the console builds the script; an exception means no.
+/// Whether the parser takes the script; an exception means no. A text with a comma is taken, and
+/// refused by name when the contract is encoded.
 bool builds(std::string const& script) {
-    ximAPI::Console console(script);
     try {
-        return console.build();
+        auto const text = ximAPI::Toolkit::clean_script(script);
+        return ximAPI::Toolkit::parse<ximDSL::CashFlow>(text) != nullptr;
     } catch (std::logic_error const&) {
         return false;
     }
