@@ -20,7 +20,7 @@ std::string day_after_start(int days) {
         day -= length;
         ++month;
     }
-    std::array<char, 16> text{};
+    std::array<char, 40> text{};
     std::snprintf(text.data(), text.size(), "%04d-%02d-%02d", month > 12 ? 2022 : 2021,
                   month > 12 ? month - 12 : month, day);
     return text.data();

@@ -13,10 +13,14 @@ namespace {
 std::atomic<bool> counting{false};
 std::atomic<std::uint64_t> allocations{0};
 
-void* allocate(std::size_t size) {
+void* try_allocate(std::size_t size) noexcept {
     if (counting.load(std::memory_order_relaxed))
         allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* const memory = std::malloc(size == 0 ? 1 : size)) return memory;
+    return std::malloc(size == 0 ? 1 : size);
+}
+
+void* allocate(std::size_t size) {
+    if (void* const memory = try_allocate(size)) return memory;
     throw std::bad_alloc();
 }
 
@@ -27,6 +31,12 @@ void* operator new(std::size_t size) {
 }
 void* operator new[](std::size_t size) {
     return allocate(size);
+}
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
+    return try_allocate(size);
+}
+void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
+    return try_allocate(size);
 }
 void operator delete(void* memory) noexcept {
     std::free(memory);

@@ -95,6 +95,11 @@ struct KeyCase {
     double spot, volatility, rate, forward_factor;  // of the market that the shift gives
 };
 
+void PrintTo(KeyCase const& what, std::ostream* out) {
+    *out << what.key << " kind " << static_cast<int>(what.kind) << " unit "
+         << static_cast<int>(what.unit);
+}
+
 class ModelLadderKeys : public ModelLadderTest, public ::testing::WithParamInterface<KeyCase> {};
 
 // A: spot 100, volatility 0.25, rate 0.03
