@@ -26,6 +26,9 @@ void* allocate(std::size_t size) {
 
 }  // namespace
 
+// g++ takes the operators below for several allocators once it has inlined one of them.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+
 void* operator new(std::size_t size) {
     return allocate(size);
 }
