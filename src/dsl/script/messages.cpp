@@ -313,7 +313,7 @@ constexpr auto rows = std::to_array<Row>({
     {Reason::unclosed_parenthesis, "this bracket is never closed", "\")\"", "", nullptr},
     {Reason::too_deep, "operators nested deeper than 10000", "a shorter chain", "store partial results with Set and AmountRef", found_at},
     {Reason::early_group, "the operator ends at the closing bracket: 1+(2)*3 is (1+2)*3", "", "bracket the product: 1+((2)*3)", found_at},
-    {Reason::callable, "\"Callable\" is read as \"Putable\" in a script", "", "the callable choice can only be built in C++: Either(date, 0)", found_at},
+    {Reason::callable, R"("Callable" is read as "Putable" in a script)", "", "the callable choice can only be built in C++: Either(date, 0)", found_at},
     {Reason::lone_spread, "one spread alone is ignored", "", "write two spreads: If(event, 0.01, 0.01)(...)", argument_at},
     {Reason::extra_arguments, "what stands behind the two spreads is ignored", "", "", argument_at},
     {Reason::dropped, "this is dropped: without an operator only the last one counts", "", "", found_at},

@@ -1,6 +1,6 @@
 #include "dsl/script/text.hpp"
 
-#include <locale.h>
+#include <clocale>
 
 #include <algorithm>
 #include <cerrno>
