@@ -1,9 +1,8 @@
 #include "dsl/script/text.hpp"
 
-#include <clocale>
-
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <cstdlib>
 #include <iterator>
 #include <stdexcept>
