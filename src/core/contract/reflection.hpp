@@ -37,7 +37,7 @@ struct EncodedTree {
 /// Trees beyond these are refused: the depth counts every node above but the members of a list
 /// joined by "&", and a node with several parents counts once for each.
 inline constexpr std::uint64_t c_max_depth = 10'000;
-inline constexpr std::uint64_t c_max_nodes = 10'000'000;
+inline constexpr std::uint64_t c_max_nodes = 1'000'000;
 
 /// The tree under the root's number. False, with `root` as it was, after an ERROR record: "Contract
 /// empty" without cash flows, "Cannot read contract" for numbers outside their family, missing or

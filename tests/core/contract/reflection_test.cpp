@@ -221,7 +221,7 @@ TEST_F(Reflection, ARankOutsideItsAmountsIsRefused) {
 TEST_F(Reflection, ATreeThatDoublesAtEachLevelIsRefused) {
     Encoder encoder;
     int node = encoder.number(1);
-    for (int i = 0; i < 22; ++i) node = encoder.add(node, node);
+    for (int i = 0; i < 18; ++i) node = encoder.add(node, node);
     encoder.pay(node, "2024-01-01");
     std::shared_ptr<CashFlow> root;
     EXPECT_TRUE(reflect_contract(encoder.tree, root));
