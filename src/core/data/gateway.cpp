@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
+#include <istream>
 #include <map>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -59,13 +59,25 @@ bool fail(auto const&... parts) {
     return false;
 }
 
-/// False, after an ERROR record, for nesting that the reader refuses; false without a record for
-/// text that is no JSON.
+constexpr std::size_t c_description_limit = std::size_t{256} << 20U;  // bytes; 256 MiB
+
+/// The whole stream; false when it goes on beyond the limit. A directory gives the empty text.
+bool read_all(std::istream& stream, std::string& text) {
+    std::array<char, 65536> block{};
+    do {
+        stream.read(block.data(), block.size());
+        text.append(block.data(), static_cast<std::size_t>(stream.gcount()));
+    } while (stream && text.size() <= c_description_limit);
+    return text.size() <= c_description_limit;
+}
+
+/// False, after an ERROR record, for nesting that the reader refuses and for a text beyond the
+/// limit; false without a record for text that is no JSON.
 bool read_description(std::istream& stream, Json::Value& description) {
-    std::ostringstream text;
-    text << stream.rdbuf();  // of a directory: nothing, and no exception
+    std::string text;
+    if (!read_all(stream, text)) return fail("Cannot read market data: longer than 256 MiB");
     try {
-        return parse_json(text.str(), description);
+        return parse_json(text, description);
     } catch (Json::Exception const& exception) {
         return fail("Cannot read market data: ", exception.what());
     }

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <streambuf>
 #include <string>
 
 #include "core/data/gateway.hpp"
@@ -31,6 +32,28 @@ class DescriptionTest : public Testing::MarketTest {
         return gateway._push_back_internal(stream);
     }
 };
+
+/// A stream of blanks without an end, as a device file gives.
+class Endless final : public std::streambuf {
+ protected:
+    int_type underflow() override {
+        setg(m_blanks.data(), m_blanks.data(), m_blanks.data() + m_blanks.size());
+        return traits_type::to_int_type(m_blanks.front());
+    }
+
+ private:
+    std::string m_blanks = std::string(1 << 16, ' ');
+};
+
+TEST_F(DescriptionTest, RefusesAFileWithoutAnEnd) {
+    Endless blanks;
+    std::istream stream(&blanks);
+    bool result = true;
+    EXPECT_THAT([&] { result = gateway._push_back_internal(stream); },
+                LogsError("Cannot read market data: longer than 256 MiB"));
+    EXPECT_FALSE(result);
+    EXPECT_TRUE(gateway.c_get_sources().empty());
+}
 
 TEST_F(DescriptionTest, OpensAMarketOfKindManual) {
     EXPECT_TRUE(push(R"(// a market
