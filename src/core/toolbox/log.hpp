@@ -4,7 +4,9 @@
 // the join.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -40,17 +42,19 @@ class Log {
     static void s_append(std::vector<Entry> const& entries);
 
     /// While it lives, records of the thread that made it go to `entries` instead of the process'
-    /// log. `entries` belongs to the caller and outlives the collector. Collectors of one thread
-    /// nest.
+    /// log, as long as these are fewer than `limit`; later ones are dropped. `entries` belongs to
+    /// the caller and outlives the collector. Collectors of one thread nest.
     class Collector {
      public:
-        explicit Collector(std::vector<Entry>& entries);
+        explicit Collector(std::vector<Entry>& entries,
+                           std::size_t limit = std::numeric_limits<std::size_t>::max());
         Collector(Collector const&) = delete;
         Collector& operator=(Collector const&) = delete;
         ~Collector();
 
      private:
         std::vector<Entry>* m_outer;
+        std::size_t m_outer_limit;
     };
 };
 

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string>
 
+#include "core/toolbox/tape.hpp"
+
 namespace Eigen {
 template <class Derived>
 class ArrayBase;
@@ -65,6 +67,24 @@ class Math {
     [[nodiscard]] static typename Derived::PlainObject get_call_spread(
         Eigen::ArrayBase<Derived> const& x, double strike, double left, double right,
         signed char sign);
+    /// Adjoint form of `get_call_spread`. Forward: `value`. Backward: adds to `x_adjoint` and
+    /// `strike_adjoint` what `adjoint`, the derivative by the value, amounts to: the slope is
+    /// sign / (left + right) strictly inside the ramp by x, its negative by the strike, and 0 on
+    /// the flat sides and for the step. The widths hand nothing on. The tape is not used.
+    static constexpr void aget_call_spread(AAD::Tape&, AAD::SweepType sweep, double x,
+                                           double strike, double left, double right,
+                                           signed char sign, double& value, double adjoint,
+                                           double& x_adjoint, double& strike_adjoint) {
+        if (sweep == AAD::SweepType::FORWARD) {
+            value = get_call_spread(x, strike, left, right, sign);
+            return;
+        }
+        bool const is_step = left <= 0.0 && right <= 0.0;
+        if (is_step || x <= strike - left || x >= strike + right) return;
+        double const slope = adjoint * sign / (left + right);
+        x_adjoint += slope;
+        strike_adjoint -= slope;
+    }
 
     /// Bisection in a table sorted along `compare`, between the positions `low` and `high`, `low`
     /// below `high`. `compare(element, value)` is below, at or above 0 as the element stands to the

@@ -1,6 +1,8 @@
 #include "core/toolbox/root_finder.hpp"
 
+#include <bit>
 #include <cmath>
+#include <optional>
 #include <tuple>
 
 namespace ximCORE::Toolbox {
@@ -17,12 +19,39 @@ bool RootFinderFunc::c_compute_value_and_derivative(double, double&, double&) co
     return false;
 }
 
+namespace {
+
+/// Tells when a sequence in which each number follows from the one before has begun to repeat: each
+/// is compared with the one kept at the last power of two (R. Brent, 1980).
+class Repetition {
+ public:
+    /// How many iterations ago `x` stood; 0 while it is not known to have stood before.
+    [[nodiscard]] std::uint64_t length_at(double x, std::uint64_t iteration) {
+        auto const bits = std::bit_cast<std::uint64_t>(x);
+        if (m_kept == bits) {
+            return iteration - m_iteration;
+        }
+        if (iteration >= 2 * m_iteration) {
+            m_kept = bits;
+            m_iteration = iteration;
+        }
+        return 0;
+    }
+
+ private:
+    std::optional<std::uint64_t> m_kept;
+    std::uint64_t m_iteration{0};
+};
+
+}  // namespace
+
 bool NewtonRaphson::run(RootFinderFunc const& func, double& root, double tolerance,
                         std::uint64_t max_iterations) {
-    m_nb_iterations = 0;
+    m_nb_iterations = m_nb_walked = 0;
     root = m_initial_guess;
     double y = 0.0;
     double dy = 0.0;
+    Repetition repetition;
     while (true) {
         if (!func.c_compute_value_and_derivative(root, y, dy)) {
             std::ignore =
@@ -30,11 +59,15 @@ bool NewtonRaphson::run(RootFinderFunc const& func, double& root, double toleran
             if (!func.c_compute_derivative(root, dy)) {
                 return false;
             }
+        } else if (auto const length = repetition.length_at(root, m_nb_iterations); length > 0) {
+            // the steps of a cycle are all too long: whole rounds of it need not be walked
+            m_nb_iterations += (max_iterations - 1 - m_nb_iterations) / length * length;
         }
         double const next = root - y / dy;
         double const step = std::abs(next - root);
         root = next;
         ++m_nb_iterations;
+        ++m_nb_walked;
         if (step <= tolerance) {
             return true;
         }

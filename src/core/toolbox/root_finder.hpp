@@ -44,7 +44,8 @@ class RootFinder {
 
 /// Newton's method from a given point: root - y / dy until a step is not above `tolerance` in x.
 /// `root` always holds the last point. Fails: no derivative, or `max_iterations` steps without
-/// success.
+/// success; steps that go round in a cycle are counted without being walked, so that a large number
+/// of them costs no time.
 class NewtonRaphson final : public RootFinder {
  public:
     explicit NewtonRaphson(double initial_guess) : m_initial_guess(initial_guess) {}
@@ -52,8 +53,12 @@ class NewtonRaphson final : public RootFinder {
     [[nodiscard]] bool run(RootFinderFunc const& func, double& root, double tolerance,
                            std::uint64_t max_iterations) override;
 
+    /// How many steps of the last run were computed: without those of a cycle.
+    [[nodiscard]] std::uint64_t c_get_nb_walked() const { return m_nb_walked; }
+
  private:
     double m_initial_guess;
+    std::uint64_t m_nb_walked{0};
 };
 
 /// Bisection between two bounds until the function's absolute value is below `tolerance` (in y,

@@ -1,40 +1,30 @@
 #include "core/toolbox/tape.hpp"
 
+#include <sstream>
+#include <string_view>
+
 #include "core/toolbox/log.hpp"
 
 namespace ximCORE::Toolbox::AAD {
 
-void Tape::dpush(double value) {
-    m_doubles.push_back(value);
-}
+namespace {
 
-void Tape::bpush(bool value) {
-    m_booleans.push_back(value);
-}
-
-bool Tape::dpop(double& value) {
-    if (m_doubles.empty()) {
-        Log::s_log(Log::Level::ERROR, "Cannot pop back an empty double stack");
-        return false;
+struct EmptyStack {
+    explicit EmptyStack(char const* stack) {
+        text << "Cannot pop back an empty " << stack << " stack";
     }
-    value = m_doubles.back();
-    m_doubles.pop_back();
-    return value != 0.0;
-}
+    std::stringstream text;
+};
 
-bool Tape::bpop(bool& value) {
-    if (m_booleans.empty()) {
-        Log::s_log(Log::Level::ERROR, "Cannot pop back an empty boolean stack");
-        return false;
-    }
-    value = m_booleans.back();
-    m_booleans.pop_back();
-    return value;
-}
+}  // namespace
 
-void Tape::clear() {
-    m_doubles.clear();
-    m_booleans.clear();
+// A path whose tape runs short comes here once a step: the texts are made once.
+bool Tape::report_empty(char const* stack) {
+    static EmptyStack const of_doubles("double");
+    static EmptyStack const of_booleans("boolean");
+    bool const is_double = stack == std::string_view("double");
+    Log::s_add(Log::Level::ERROR, is_double ? of_doubles.text : of_booleans.text);
+    return false;
 }
 
 }  // namespace ximCORE::Toolbox::AAD

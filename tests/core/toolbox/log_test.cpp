@@ -86,4 +86,27 @@ TEST_F(LogTest, CollectorsOfOneThreadNest) {
     EXPECT_TRUE(Log::s_get().empty());
 }
 
+TEST_F(LogTest, ACollectorWithALimitKeepsTheFirstRecords) {
+    std::vector<Log::Entry> collected;
+    std::vector<Log::Entry> const others{{Log::Level::INFO, "b"}, {Log::Level::INFO, "c"}};
+    {
+        Log::Collector const collector(collected, 2);
+        Log::s_log(Log::Level::ERROR, "a");
+        {
+            std::vector<Log::Entry> inner;
+            Log::Collector const unlimited(inner);
+            for (int i = 0; i < 5; ++i) Log::s_log(Log::Level::INFO, i);
+            EXPECT_EQ(inner.size(), 5U);
+        }
+        Log::s_append(others);
+        Log::s_log(Log::Level::ERROR, "d");
+        Log::s_append(others);
+    }
+    ASSERT_EQ(collected.size(), 2U);
+    EXPECT_EQ(collected[0].text, "a");
+    EXPECT_EQ(collected[1].text, "b");
+    for (int i = 0; i < 5; ++i) Log::s_log(Log::Level::INFO, "unlimited again");
+    EXPECT_EQ(Log::s_get().size(), 5U);
+}
+
 }  // namespace

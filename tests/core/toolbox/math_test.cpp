@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "core/toolbox/math_array.hpp"
+#include "support/adjoints.hpp"
 #include "support/matchers.hpp"
 
 using namespace ximCORE::Toolbox;
@@ -146,6 +147,69 @@ TEST(CallSpread, OnAnArrayWorksElementByElement) {
         EXPECT_EQ(spread(i), Math::get_call_spread(x(i), 100.0, 2.0, 3.0, -1));
         EXPECT_EQ(signs(i), Math::sgn(x(i) - 100.0));
     }
+}
+
+/// The adjoint form as a function of (x, strike).
+auto adjoint_call_spread(double left, double right, signed char sign) {
+    return [=](AAD::Tape& tape, AAD::SweepType sweep, ximTest::Values const& x, double& value,
+               double adjoint, ximTest::Values& adjoints) {
+        Math::aget_call_spread(tape, sweep, x[0], x[1], left, right, sign, value, adjoint,
+                               adjoints[0], adjoints[1]);
+    };
+}
+
+TEST(AdjointCallSpread, IsTheDerivativeOfTheCallSpreadAwayFromItsCorners) {
+    std::mt19937 random(31);
+    std::uniform_real_distribution<double> uniform(-3.0, 3.0);
+    int inside = 0;
+    for (int i = 0; i < 500; ++i) {
+        double const left = i % 4 == 0 ? 0.0 : std::abs(uniform(random));
+        double const right = i % 4 == 1 ? 0.0 : std::abs(uniform(random));
+        auto const sign = static_cast<signed char>(i % 2 == 0 ? 1 : -1);
+        double const x = 100.0 + uniform(random);
+        double const distance_left = x - (100.0 - left);
+        double const distance_right = x - (100.0 + right);
+        if (std::min(std::abs(distance_left), std::abs(distance_right)) < 0.02) continue;
+        inside += distance_left > 0.0 && distance_right < 0.0 ? 1 : 0;
+        ximTest::expect_adjoint_matches_bumps(
+            [&](ximTest::Values const& at) {
+                return Math::get_call_spread(at[0], at[1], left, right, sign);
+            },
+            adjoint_call_spread(left, right, sign), {x, 100.0}, 1e-4);
+    }
+    EXPECT_GT(inside, 100);
+}
+
+TEST(AdjointCallSpread, HasNoSlopeAtItsCornersAndForTheStep) {
+    struct Row {
+        double x, left, right;
+    };
+    for (auto const& [x, left, right] :
+         {Row{98.0, 2.0, 1.0}, {101.0, 2.0, 1.0}, {100.0, 0.0, 0.0}, {100.0, 0.0, 2.0}}) {
+        for (bool const rises : {true, false}) {
+            AAD::Tape tape;
+            double value = 0.0;
+            ximTest::Values adjoints(2, 0.0);
+            signed char const sign = rises ? 1 : -1;
+            auto const routine = adjoint_call_spread(left, right, sign);
+            routine(tape, AAD::SweepType::FORWARD, {x, 100.0}, value, 0.0, adjoints);
+            EXPECT_EQ(value, Math::get_call_spread(x, 100.0, left, right, sign));
+            routine(tape, AAD::SweepType::BACKWARD, {x, 100.0}, value, 1.0, adjoints);
+            EXPECT_EQ(adjoints, ximTest::Values(2, 0.0)) << x;
+        }
+    }
+}
+
+TEST(AdjointCallSpread, FallsForANegativeSignAndRisesWithTheStrikeThen) {
+    AAD::Tape tape;
+    double value = 7.0;
+    double x_adjoint = 1.0;
+    double strike_adjoint = 1.0;
+    Math::aget_call_spread(tape, AAD::SweepType::BACKWARD, 100.5, 100.0, 1.0, 3.0, -1, value, 2.0,
+                           x_adjoint, strike_adjoint);
+    EXPECT_EQ(x_adjoint, 0.5);
+    EXPECT_EQ(strike_adjoint, 1.5);
+    EXPECT_EQ(value, 7.0);
 }
 
 TEST(TableSearch, FindsThePositionBelowTheValue) {

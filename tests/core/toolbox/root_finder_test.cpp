@@ -112,9 +112,60 @@ TEST(NewtonRaphson, EndsAfterTheLargestNumberOfSteps) {
     double root = -5.0;
     EXPECT_FALSE(newton.run(escaping, root, 1e-9, 7));
     EXPECT_EQ(newton.c_get_nb_iterations(), 7U);
+    EXPECT_EQ(newton.c_get_nb_walked(), 7U);
     EXPECT_EQ(root, 7.0);
     EXPECT_FALSE(newton.run(escaping, root, 1e-9, 0));  // one step is always taken
     EXPECT_EQ(newton.c_get_nb_iterations(), 1U);
+}
+
+/// Steps from 0 to 1, 2, 3, 4 and then round and round: 2, 3, 4.
+Func circling() {
+    Func func;
+    func.value = [](double x) { return x - (x == 4.0 ? 2.0 : x + 1.0); };
+    func.derivative = [](double) { return 1.0; };
+    func.gives_both = true;
+    return func;
+}
+
+double circling_after(std::uint64_t steps) {
+    return steps < 4 ? static_cast<double>(steps) : 2.0 + static_cast<double>((steps - 2) % 3);
+}
+
+TEST(NewtonRaphson, ACycleEndsWhereItsLastStepWouldBe) {
+    for (std::uint64_t steps = 1; steps < 60; ++steps) {
+        NewtonRaphson newton(0.0);
+        double root = -1.0;
+        EXPECT_FALSE(newton.run(circling(), root, 1e-9, steps));
+        EXPECT_EQ(root, circling_after(steps)) << steps;
+        EXPECT_EQ(newton.c_get_nb_iterations(), steps);
+    }
+}
+
+TEST(NewtonRaphson, ACycleIsNotWalkedToTheEnd) {
+    for (std::uint64_t const steps :
+         {std::uint64_t{1} << 62U, (std::uint64_t{1} << 62U) + 1, ~std::uint64_t{0}}) {
+        Func const func = circling();
+        NewtonRaphson newton(0.0);
+        double root = -1.0;
+        EXPECT_FALSE(newton.run(func, root, 0.0, steps));
+        EXPECT_EQ(root, circling_after(steps));
+        EXPECT_EQ(newton.c_get_nb_iterations(), steps);
+        EXPECT_LT(func.nb_values, 30);
+        EXPECT_EQ(newton.c_get_nb_walked(), static_cast<std::uint64_t>(func.nb_values));
+    }
+}
+
+TEST(NewtonRaphson, ANumberThatIsNoneIsACycleOfOne) {
+    Func func;
+    func.value = [](double) { return std::nan(""); };
+    func.derivative = [](double) { return 1.0; };
+    func.gives_both = true;
+    NewtonRaphson newton(0.0);
+    double root = 0.0;
+    EXPECT_FALSE(newton.run(func, root, 1e-9, ~std::uint64_t{0}));
+    EXPECT_TRUE(std::isnan(root));
+    EXPECT_EQ(newton.c_get_nb_iterations(), ~std::uint64_t{0});
+    EXPECT_LT(func.nb_values, 10);
 }
 
 TEST(NewtonRaphson, AMissingDerivativeEndsTheRun) {

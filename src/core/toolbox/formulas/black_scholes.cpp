@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "core/toolbox/formulas/fourier.hpp"
 #include "core/toolbox/math.hpp"
 #include "core/toolbox/root_finder.hpp"
 
@@ -141,13 +142,18 @@ double BlackScholesCallPricer::volga(double k, double s, signed char) {
 
 bool BlackScholesCallPricer::volatility(double k, double price, signed char omega, double& s,
                                         double tolerance, std::uint64_t max_iterations,
-                                        InitialGuessMethod method, std::uint64_t* iterations) {
+                                        InitialGuessMethod method, std::uint64_t* iterations,
+                                        std::uint64_t* walked) {
     ImpliedVolatilityFinderFunc const func(k, price, omega);
     if (!func.c_has_time_value()) {
         return false;
     }
     NewtonRaphson newton(initial_guess(k, price, omega, method));
-    return rootfinder(func, {&newton}, s, tolerance, max_iterations, iterations);
+    bool const found = rootfinder(func, {&newton}, s, tolerance, max_iterations, iterations);
+    if (walked != nullptr) {
+        *walked += newton.c_get_nb_walked();
+    }
+    return found;
 }
 
 bool BlackScholesCallPricer::compute_legacy_initial_guess(double k, double, signed char,
@@ -180,6 +186,12 @@ bool BlackScholesCallPricer::compute_stefanica_initial_guess(double k, double pr
     guess = k > 0.0 ? std::sqrt(gamma + k) - std::sqrt(gamma - k)
                     : std::sqrt(gamma - k) - std::sqrt(gamma + k);
     return guess >= 0.0;
+}
+
+void BlackScholesCallPricer::slice(MarketParameters const& market, double s,
+                                   std::vector<Volatility>& out, unsigned N, double eta,
+                                   double alpha) {
+    FourierPricing::price(market, normal_characteristic_function(s * s), out, N, eta, alpha);
 }
 
 }  // namespace ximCORE::Toolbox

@@ -10,8 +10,12 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 namespace ximCORE::Toolbox {
+
+class Volatility;
+struct MarketParameters;
 
 class BlackScholesCallPricer {
  public:
@@ -47,12 +51,14 @@ class BlackScholesCallPricer {
     [[nodiscard]] static double volga(double k, double s, signed char omega);
 
     /// Implied total volatility of `price` into `s`, by Newton's method on I(k, s); `tolerance` is
-    /// on the step in s. `iterations`, if not null, is increased by the steps taken. An unknown
+    /// on the step in s. `iterations`, if not null, is increased by the steps taken; `walked`, if
+    /// not null, by those that were computed and not counted as rounds of a cycle. An unknown
     /// `method` starts from 0. Fails: false when the price is not above its intrinsic value (then
     /// `s` stays), or after `max_iterations` steps.
     [[nodiscard]] static bool volatility(double k, double price, signed char omega, double& s,
                                          double tolerance, std::uint64_t max_iterations,
-                                         InitialGuessMethod method, std::uint64_t* iterations);
+                                         InitialGuessMethod method, std::uint64_t* iterations,
+                                         std::uint64_t* walked = nullptr);
 
     /// sqrt(2 |k|), the inflection point of the price in s (Manaster and Koehler). Never fails.
     [[nodiscard]] static bool compute_legacy_initial_guess(double k, double price,
@@ -62,6 +68,11 @@ class BlackScholesCallPricer {
     /// or a negative one.
     [[nodiscard]] static bool compute_stefanica_initial_guess(double k, double price,
                                                               signed char omega, double& guess);
+
+    /// Appends to `out` the smile slice of the total volatility `s`, by the transform of its
+    /// characteristic function: see `FourierPricing::price`.
+    static void slice(MarketParameters const& market, double s, std::vector<Volatility>& out,
+                      unsigned N, double eta, double alpha);
 };
 
 }  // namespace ximCORE::Toolbox
