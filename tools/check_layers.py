@@ -16,7 +16,9 @@ ALLOWED = {
     "core/modeling/fixing_grid.hpp": "the table through which contract and market items read a path",
     "core/contract/information.hpp": "the lists that market items append themselves to",
     "core/modeling/pde_helper.hpp": "the space grid through which a contract rolls its values back",
+    "core/pricing/static_replication.hpp": "prices a payoff of one level from market data alone; its library stands below the contract",
     "core/pricing/options.hpp": "the settings that lower layers read: smoothing, trials",
+    "core/pricing/results.hpp": "the rows to which a simulation's helper adds its derivatives",
 }
 
 

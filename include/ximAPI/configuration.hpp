@@ -87,8 +87,8 @@ struct Pricer {
     float FiniteDifferenceExplicitRate{};      ///< explicit share of a step, percent
     bool FiniteDifferenceUseRichardsonRombergExtrapolation{};
     std::int32_t ClosedFormMoneynessGridSize{100};
-    float ClosedFormMoneynessGridLowerBound{50.0F};   ///< percent of the spot
-    float ClosedFormMoneynessGridUpperBound{150.0F};  ///< percent of the spot
+    float ClosedFormMoneynessGridLowerBound{50.0F};   ///< times the forward, no percentage
+    float ClosedFormMoneynessGridUpperBound{150.0F};  ///< times the forward, no percentage
     bool WithGreeks{};                                ///< master switch of all greeks
     bool ComputeDelta{};
     float DeltaSpotBump{1.0F};

@@ -10,6 +10,7 @@
 #include "ximAPI/configuration.hpp"
 #include "ximAPI/export.hpp"
 #include "ximAPI/log.hpp"
+#include "ximAPI/results/analysis.hpp"
 #include "ximAPI/results/contract.hpp"
 #include "ximAPI/results/data.hpp"
 #include "ximAPI/results/ladder.hpp"
@@ -84,6 +85,76 @@ XIM_EXPORT void WriteLogger(std::vector<ximAPI::Log> const& logs);
 [[nodiscard]] XIM_EXPORT bool GetImpliedContractFeature(
     ximAPI::Data& data, ximAPI::Contract& contract, ximAPI::Model& model, ximAPI::Pricer& pricer,
     ximAPI::ImpliedContractFeatureResults& results, std::vector<ximAPI::Log>& logs);
+
+/// Prices a contract by simulation, whatever the method of `pricer`, and tells what its paths do:
+/// value, probabilities and end by payment date, forwards of the fixings, frequency of the
+/// conditions, expected life, and `ConvergenceSize` points at most of the price against the number
+/// of trials. No greeks. False as for `GetPrice`; but with market data that cannot be calibrated
+/// the call is true, with empty results and ERROR records.
+[[nodiscard]] XIM_EXPORT bool GetMCPriceWithDetails(ximAPI::Data& data, ximAPI::Contract& contract,
+                                                    ximAPI::Model& model, ximAPI::Pricer& pricer,
+                                                    ximAPI::MCPriceWithDetailsResults& results,
+                                                    std::vector<ximAPI::Log>& logs);
+
+/// Fills the series of `results` with the observations in `results.File` (as `ximDSL::Save` writes
+/// them) along the simulated path number `Trajectory`. Dates behind the calibration date of the
+/// model take their quotes. Seed and trials are those of the last call that priced. False, with the
+/// reason in `logs`, when the file does not read, `Currency` is not known, market data is missing
+/// or the model has no paths.
+[[nodiscard]] XIM_EXPORT bool GetModelDiffusion(ximAPI::Data& data, ximAPI::Model& model,
+                                                ximAPI::ModelDiffusionResults& results,
+                                                std::vector<ximAPI::Log>& logs);
+
+/// Fills `results.Volatility` with the Black-Scholes volatility, in percent, of each equity-like
+/// underlying that the contract still reads at its date: the quote, or with "AT_THE_MONEY_FORWARD"
+/// that of the surface at the tenor of `model`. An underlying without one is left out, after an
+/// ERROR record. False when the contract cannot be built or moved to its date.
+[[nodiscard]] XIM_EXPORT bool GetBlackScholesCalibration(
+    ximAPI::Data& data, ximAPI::Contract& contract, ximAPI::Model& model,
+    ximAPI::BlackScholesCalibrationResults& results, std::vector<ximAPI::Log>& logs);
+
+/// As `GetBlackScholesCalibration`, with one forward volatility per open fixing date of the
+/// contract: that of the surface between this date and the one before.
+[[nodiscard]] XIM_EXPORT bool GetBlackScholesTermStructureCalibration(
+    ximAPI::Data& data, ximAPI::Contract& contract, ximAPI::Model& model,
+    ximAPI::BlackScholesTermStructureCalibrationResults& results, std::vector<ximAPI::Log>& logs);
+
+/// Prices a call (put) on `results.Ticker` for each entry of `results.Slice`, paid in USD on
+/// `MaturityDate`, and reads market, mean and bounds as `PriceKind`. `Error`: the market less the
+/// mean when it is above the mean, otherwise less the upper bound when it is below that, otherwise
+/// less the lower bound. What has no implied volatility reads 0; a maturity other than one year
+/// reads the total volatility of a price as its volatility. False as for `GetPrice`, beyond 100,000
+/// entries, and with "Invalid MaturityDate" unless that is behind the calibration date.
+[[nodiscard]] XIM_EXPORT bool GetModelImpliedVolatility(
+    ximAPI::Data& data, ximAPI::Model& model, ximAPI::Pricer& pricer,
+    ximAPI::ModelImpliedVolatilityResults& results, std::vector<ximAPI::Log>& logs);
+
+/// Sets each `Value` of `results.Slice` to the smile of Heston parameters at its `Space`, between
+/// the points of a grid of 4096 strikes. A `Space` outside the grid keeps its `Value`; a strike
+/// whose price has no implied volatility counts as 0. Reads no market data. False with "Invalid
+/// InitialSpot" or "Invalid MaturityTime" when that is not above 0.
+[[nodiscard]] XIM_EXPORT bool GetHestonImpliedVolatility(
+    ximAPI::HestonImpliedVolatilityResults& results, std::vector<ximAPI::Log>& logs);
+
+/// Measures the search for implied volatilities: prices each pair of `Spaces` and `Values`, implies
+/// the volatility back and fills `results.Errors`, in basis points, and the averages over the cells
+/// where the search has succeeded. Always true, but for "Too many points" beyond 1,000,000 pairs.
+[[nodiscard]] XIM_EXPORT bool TestImpliedVolatilityComputation(
+    ximAPI::TestImpliedVolatilityComputationResults& results, std::vector<ximAPI::Log>& logs);
+
+/// Decomposes a contract with one payment date and one fixing of an equity or an exchange rate into
+/// a zero coupon, puts and calls on the levels that the "ClosedFormMoneynessGrid..." settings of
+/// `pricer` give: 2 N + 1 of them, from forward * lower bound to forward * upper bound, where a
+/// bound is a fraction (0.5 is one half; 50 is fifty times the forward). Parts of a quantity below
+/// 0.0001 are left out. A contract without a fixing is its zero coupon alone. Prices are in the
+/// currency of the underlying. False, with the reason in `logs`, for any other contract, a payoff
+/// that is not finite at a level, a grid that cannot carry its strikes, N above 1000 ("Too many
+/// points"), and as for `GetPrice`.
+[[nodiscard]] XIM_EXPORT bool GetStaticReplication1D(ximAPI::Data& data,
+                                                     ximAPI::Contract& contract,
+                                                     ximAPI::Pricer& pricer,
+                                                     ximAPI::StaticReplication1DResults& results,
+                                                     std::vector<ximAPI::Log>& logs);
 
 /// Reports on a contract without pricing it: script, underlyings, fixings, correlations, events, as
 /// the flags of `results` ask. Entries of `results.Fixings` with `Edit` replace market quotes.

@@ -20,10 +20,7 @@ bool is_route(char const* path) {
 
 bool run_route(char const* path, Json::Value& root, std::vector<Log>& logs) {
     auto const* route = find_route(path);
-    if (route == nullptr) return false;
-    if (route->run != nullptr) return route->run(root, logs);
-    logs.push_back(make_unknown_path(path));
-    return false;
+    return route != nullptr && route->run(root, logs);
 }
 
 std::string render_answer(Json::Value& root, std::vector<Log> const& logs) {

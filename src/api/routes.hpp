@@ -1,8 +1,7 @@
 // The routes of `Request`: per path the entry point, its records, and where each record lives in
 // the document.
 //
-// A new route is one row here; a new record also says its place. A path whose row has no entry
-// point is known and not served.
+// A new route is one row here; a new record also says its place.
 #pragma once
 
 #include <json/value.h>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "api/json/engine.hpp"
+#include "api/json/fields_analysis.hpp"
 #include "api/json/fields_configuration.hpp"
 #include "api/json/fields_results.hpp"
 #include "ximAPI/ximAPI.hpp"
@@ -42,6 +42,14 @@ template <> inline constexpr Place place_of<LadderResults>{"Pricer", "Ladder"};
 template <> inline constexpr Place place_of<Ladder1DResults>{"Pricer", "Ladder1D"};
 template <> inline constexpr Place place_of<Ladder2DResults>{"Pricer", "Ladder2D"};
 template <> inline constexpr Place place_of<ImpliedContractFeatureResults>{"Pricer", "Solver"};
+template <> inline constexpr Place place_of<MCPriceWithDetailsResults>{"Pricer", "MCDetails"};
+template <> inline constexpr Place place_of<ModelDiffusionResults>{"Model", "Diffusion"};
+template <> inline constexpr Place place_of<BlackScholesCalibrationResults>{"ModelConfiguration", "BlackScholesModel"};
+template <> inline constexpr Place place_of<BlackScholesTermStructureCalibrationResults>{"ModelConfiguration", "BlackScholesTermStructureModel"};
+template <> inline constexpr Place place_of<ModelImpliedVolatilityResults>{"Model", "Repricing"};
+template <> inline constexpr Place place_of<HestonImpliedVolatilityResults>{"ModelConfiguration", "HestonStochasticVolatilityModel"};
+template <> inline constexpr Place place_of<TestImpliedVolatilityComputationResults>{"Data", "ImpliedVolatilityComputationTester"};
+template <> inline constexpr Place place_of<StaticReplication1DResults>{"Pricer", "StaticReplication1D"};
 template <> inline constexpr Place place_of<SequenceResults>{"Sequence"};
 template <> inline constexpr Place place_of<ScheduleResults>{"Schedule"};
 // clang-format on
@@ -104,14 +112,13 @@ inline bool serve_ladder_1d(Json::Value& root, Logs& logs) {
 
 struct Route {
     std::string_view path;
-    /// Null for a path that is not served.
     bool (*run)(Json::Value& root, Logs& logs);
 };
 
 /// The first equal path wins.
 // clang-format off
 inline constexpr auto route_table = std::to_array<Route>({
-    {"/GetModelDiffusion", nullptr},
+    {"/GetModelDiffusion", &serve<&GetModelDiffusion, Data, Model, ModelDiffusionResults>},
     {"/GetData", &serve<&GetData, Data, DataResults>},
     {"/GetContract", &serve<&GetContract, Data, Contract, ContractResults>},
     {"/GetPrice", &serve<&GetPrice, Data, Contract, Model, Pricer, PricingResults>},
@@ -120,13 +127,13 @@ inline constexpr auto route_table = std::to_array<Route>({
     {"/GetLadder2D", &serve<&GetLadder2D, Data, Contract, Model, Pricer, Ladder2DResults>},
     {"/GetImpliedContractFeature", &serve<&GetImpliedContractFeature, Data, Contract, Model, Pricer, ImpliedContractFeatureResults>},
     {"/GetConnectionStatus", &serve<&GetConnectionStatus, Data>},
-    {"/GetStaticReplication1D", nullptr},
-    {"/GetBlackScholesCalibration", nullptr},
-    {"/GetBlackScholesTermStructureCalibration", nullptr},
-    {"/GetModelImpliedVolatility", nullptr},
-    {"/GetHestonImpliedVolatility", nullptr},
-    {"/TestImpliedVolatilityComputation", nullptr},
-    {"/GetMCPriceWithDetails", nullptr},
+    {"/GetStaticReplication1D", &serve<&GetStaticReplication1D, Data, Contract, Pricer, StaticReplication1DResults>},
+    {"/GetBlackScholesCalibration", &serve<&GetBlackScholesCalibration, Data, Contract, Model, BlackScholesCalibrationResults>},
+    {"/GetBlackScholesTermStructureCalibration", &serve<&GetBlackScholesTermStructureCalibration, Data, Contract, Model, BlackScholesTermStructureCalibrationResults>},
+    {"/GetModelImpliedVolatility", &serve<&GetModelImpliedVolatility, Data, Model, Pricer, ModelImpliedVolatilityResults>},
+    {"/GetHestonImpliedVolatility", &serve<&GetHestonImpliedVolatility, HestonImpliedVolatilityResults>},
+    {"/TestImpliedVolatilityComputation", &serve<&TestImpliedVolatilityComputation, TestImpliedVolatilityComputationResults>},
+    {"/GetMCPriceWithDetails", &serve<&GetMCPriceWithDetails, Data, Contract, Model, Pricer, MCPriceWithDetailsResults>},
     {"/GetSequence", &serve<&GetSequence, SequenceResults>},
     {"/GetSchedule", &serve<&GetSchedule, ScheduleResults>},
 });

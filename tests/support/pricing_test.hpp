@@ -70,11 +70,14 @@ class PricingTest : public Testing::MarketTest {
         return result;
     }
 
-    /// A contract priced from scratch under the settings in force; the pricer holds the results.
+    /// A contract priced from scratch under the settings in force; the pricer holds the results. A
+    /// simulation runs on `chosen_engine`, unless the settings ask for the reference.
     std::unique_ptr<Pricer> run(Contract::Contract& priced,
                                 Modeling::ModelName name = Modeling::ModelName::black_scholes) {
         auto const model = Modeling::get_model(today, name);
         auto pricer = get_pricer();
+        if (chosen_engine == MCOptions::Engine::reference)
+            MCPricerOptions::s_options.engine = chosen_engine;
         EXPECT_TRUE(model->get_dependencies(priced));
         EXPECT_TRUE(pricer->run(priced, model.get()));
         return pricer;
@@ -83,6 +86,20 @@ class PricingTest : public Testing::MarketTest {
     double years(Date const& date) const {
         return Toolbox::DayCounter().c_year_fraction(today, date);
     }
+
+    MCOptions::Engine chosen_engine{MCOptions::Engine::automatic};
 };
+
+/// A fixture whose tests run on each engine of the simulation.
+template <class Fixture>
+class OnEachEngine : public Fixture, public testing::WithParamInterface<MCOptions::Engine> {
+ protected:
+    OnEachEngine() { this->chosen_engine = GetParam(); }
+};
+inline auto const each_engine =
+    testing::Values(MCOptions::Engine::automatic, MCOptions::Engine::reference);
+inline std::string engine_name(testing::TestParamInfo<MCOptions::Engine> const& parameter) {
+    return parameter.param == MCOptions::Engine::automatic ? "InBlocks" : "OneByOne";
+}
 
 }  // namespace ximCORE::Pricing

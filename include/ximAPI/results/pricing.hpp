@@ -64,7 +64,7 @@ struct Decomposition {
     PricingResult ProbaHasBeenKilled;
 };
 
-/// The expected value of one fixing.
+/// The mean of one fixing over the paths that read it.
 struct ForwardFixing {
     std::string FixingDate;
     std::string Currency;
@@ -72,7 +72,7 @@ struct ForwardFixing {
     PricingResult Value;
 };
 
-/// The price after the first `Trials` paths.
+/// The price from the paths 0 to `Trials`.
 struct Convergence {
     std::int32_t Trials{};
     PricingResult Result;
@@ -90,7 +90,7 @@ struct MCPriceWithDetailsResults {
     std::vector<ForwardFixing> ForwardFixings;
     PricingResult Duration;  ///< in years
     std::vector<ximAPI::Convergence> Convergence;
-    std::int32_t ConvergenceSize{};  ///< in: how many points the convergence has
+    std::int32_t ConvergenceSize{};  ///< in: how many points at most; below 1 none
     std::vector<Barrier> Barriers;
 };
 

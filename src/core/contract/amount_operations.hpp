@@ -3,6 +3,7 @@
 // the operator itself is inlined.
 #pragma once
 
+#include "core/contract/adjoint.hpp"
 #include "core/contract/calculation.hpp"
 
 namespace ximCORE::Contract {
@@ -12,13 +13,19 @@ class AmountUnaryOperation : public Calculation<AmountUnaryOperation, Amount> {
     using Calculation::eval;
     virtual double eval(double x) const = 0;
 
-    bool compute(double& value, auto&& read) {
+    bool compute(double& value, auto&& read) const {
         double x{};
         if (!read(m_child, x)) return false;
         value = eval(x);
         return true;
     }
     Toolbox::Grid eval(Modeling::PDEHelper* helper) override;
+    [[nodiscard]] bool c_compute_closed_form_price(Toolbox::Date const& today,
+                                                   Data::Currency const& pricing,
+                                                   Toolbox::Date const& payment,
+                                                   Data::Currency const& payment_currency,
+                                                   double& price) const override;
+    Emitter::Slot emit(Emitter& emitter) const override;
     void c_to_string(std::string& text, bool bracket) const override;
 
     auto children() { return std::tie(m_child); }
@@ -37,7 +44,7 @@ class AmountBinaryOperation : public Calculation<AmountBinaryOperation, Amount> 
     using Calculation::eval;
     virtual double eval(double left, double right) const = 0;
 
-    bool compute(double& value, auto&& read) {
+    bool compute(double& value, auto&& read) const {
         double left{};
         double right{};
         if (!read(m_right, right) || !read(m_left, left)) return false;
@@ -45,6 +52,12 @@ class AmountBinaryOperation : public Calculation<AmountBinaryOperation, Amount> 
         return true;
     }
     Toolbox::Grid eval(Modeling::PDEHelper* helper) override;
+    [[nodiscard]] bool c_compute_closed_form_price(Toolbox::Date const& today,
+                                                   Data::Currency const& pricing,
+                                                   Toolbox::Date const& payment,
+                                                   Data::Currency const& payment_currency,
+                                                   double& price) const override;
+    Emitter::Slot emit(Emitter& emitter) const override;
     void c_to_string(std::string& text, bool bracket) const override;
 
     auto children() { return std::tie(m_left, m_right); }
@@ -66,13 +79,19 @@ class AmountHybridOperation : public Calculation<AmountHybridOperation<side>, Am
     using Calculation<AmountHybridOperation<side>, Amount>::eval;
     virtual double eval(double x) const = 0;
 
-    bool compute(double& value, auto&& read) {
+    bool compute(double& value, auto&& read) const {
         double x{};
         if (!read(m_child, x)) return false;
         value = eval(x);
         return true;
     }
     Toolbox::Grid eval(Modeling::PDEHelper* helper) override;
+    [[nodiscard]] bool c_compute_closed_form_price(Toolbox::Date const& today,
+                                                   Data::Currency const& pricing,
+                                                   Toolbox::Date const& payment,
+                                                   Data::Currency const& payment_currency,
+                                                   double& price) const override;
+    Emitter::Slot emit(Emitter& emitter) const override;
     void c_to_string(std::string& text, bool bracket) const override;
 
     auto children() { return std::tie(m_child); }
@@ -100,6 +119,24 @@ class AmountUnaryNode final : public AmountUnaryOperation {
     double eval(Modeling::FixingGrid& grid, Variables& variables) override {
         return Op::value(value_on_path(*m_child, grid, variables));
     }
+    void aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+               Modeling::FixingGrid& grid, Variables& variables, double& value,
+               double& adjoint) override {
+        double x{};
+        double x_adjoint{};
+        auto const operand = [&] {
+            aeval_on_path(*m_child, tape, sweep, antithetic, grid, variables, x, x_adjoint);
+        };
+        if (sweep == Toolbox::AAD::SweepType::FORWARD) {
+            operand();
+            value = Op::value(x);
+            if constexpr (!op::Linear<Op>) tape.dpush(x);
+        } else {
+            if constexpr (!op::Linear<Op>) std::ignore = tape.dpop(x);
+            x_adjoint = op::back<Op>(adjoint, x);
+            operand();
+        }
+    }
     std::shared_ptr<Amount> clone() const override { return copy_tree(*this); }
 };
 
@@ -115,6 +152,36 @@ class AmountBinaryNode final : public AmountBinaryOperation {
         double const right = value_on_path(*m_right, grid, variables);
         double const left = value_on_path(*m_left, grid, variables);
         return Op::value(left, right);
+    }
+    void aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+               Modeling::FixingGrid& grid, Variables& variables, double& value,
+               double& adjoint) override {
+        double x{};
+        double y{};
+        op::Adjoints adjoints{};
+        auto const left = [&] {
+            aeval_on_path(*m_left, tape, sweep, antithetic, grid, variables, x, adjoints.left);
+        };
+        auto const right = [&] {
+            aeval_on_path(*m_right, tape, sweep, antithetic, grid, variables, y, adjoints.right);
+        };
+        if (sweep == Toolbox::AAD::SweepType::FORWARD) {
+            left();
+            right();
+            value = Op::value(x, y);
+            if constexpr (!op::Linear<Op>) {
+                tape.dpush(x);
+                tape.dpush(y);
+            }
+        } else {
+            if constexpr (!op::Linear<Op>) {
+                std::ignore = tape.dpop(y);
+                std::ignore = tape.dpop(x);
+            }
+            adjoints = op::back<Op>(adjoint, x, y);
+            right();
+            left();
+        }
     }
     std::shared_ptr<Amount> clone() const override { return copy_tree(*this); }
 };
@@ -136,7 +203,33 @@ class AmountHybridNode final : public AmountHybridOperation<side> {
     double eval(Modeling::FixingGrid& grid, Variables& variables) override {
         return AmountHybridNode::eval(value_on_path(*this->m_child, grid, variables));
     }
+    void aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+               Modeling::FixingGrid& grid, Variables& variables, double& value,
+               double& adjoint) override {
+        double x{};
+        double x_adjoint{};
+        auto const operand = [&] {
+            aeval_on_path(*this->m_child, tape, sweep, antithetic, grid, variables, x, x_adjoint);
+        };
+        if (sweep == Toolbox::AAD::SweepType::FORWARD) {
+            operand();
+            value = AmountHybridNode::eval(x);
+            if constexpr (!op::Linear<Op>) tape.dpush(x);
+        } else {
+            if constexpr (!op::Linear<Op>) std::ignore = tape.dpop(x);
+            x_adjoint = c_back(adjoint, x);
+            operand();
+        }
+    }
     std::shared_ptr<Amount> clone() const override { return this->copy_tree(*this); }
+
+ private:
+    double c_back(double adjoint, double x) const {
+        if constexpr (side == Side::left)
+            return op::back<Op>(adjoint, this->m_constant, x).right;
+        else
+            return op::back<Op>(adjoint, x, this->m_constant).left;
+    }
 };
 
 }  // namespace ximCORE::Contract

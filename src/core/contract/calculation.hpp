@@ -20,6 +20,32 @@ class Calculation : public Composite<Self, Family> {
         return self().compute(value,
                               [level](auto& child, auto& out) { return child->eval(out, level); });
     }
+    /// The operands are read in the order of `eval` on the path.
+    Value eval_details(Modeling::FixingGrid& grid, Variables& variables,
+                       FixingDetails& fixings) override {
+        Value value{};
+        std::ignore = self().compute(value, [&](auto& child, auto& out) {
+            out = child->eval_details(grid, variables, fixings);
+            return true;
+        });
+        return value;
+    }
+    Value eval_antithetic(Modeling::FixingGrid& grid, Variables& variables) override {
+        Value value{};
+        std::ignore = self().compute(value, [&](auto& child, auto& out) {
+            out = child->eval_antithetic(grid, variables);
+            return true;
+        });
+        return value;
+    }
+    double c_eval_carr_madan(double x) const override {
+        Value value{};
+        std::ignore = c_self().compute(value, [x](auto const& child, auto& out) {
+            out = static_cast<std::remove_reference_t<decltype(out)>>(child->c_eval_carr_madan(x));
+            return true;
+        });
+        return static_cast<double>(value);
+    }
     void reduce() override {
         this->each([](auto& child) {
             child->reduce();
@@ -38,6 +64,7 @@ class Calculation : public Composite<Self, Family> {
 
  private:
     Self& self() { return static_cast<Self&>(*this); }
+    Self const& c_self() const { return static_cast<Self const&>(*this); }
 
     void become_constant() {
         Value value{};

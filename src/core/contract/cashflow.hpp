@@ -4,6 +4,8 @@
 #pragma once
 
 #include "core/contract/component.hpp"
+#include "core/contract/details.hpp"
+#include "core/contract/emitter.hpp"
 #include "core/toolbox/containers.hpp"
 
 namespace ximCORE::Contract {
@@ -71,9 +73,37 @@ class CashFlow : public Gathering<CashFlow>, public Replaceable<CashFlow> {
     /// trial: no allocation.
     virtual void eval(Modeling::FixingGrid& grid, Variables& variables,
                       Toolbox::Array1D<double>& flows) = 0;
+    /// Adjoint form of `eval` on one side of the grid. Forward: adds to `flows` as `eval`, the same
+    /// to the last bit. Backward: adds to the adjoints of the cells what `flow_adjoints`, the
+    /// derivatives by the slots of `flows`, amount to. `variables`: cleared before each forward
+    /// sweep of the root, not read backward. `init_flows` and `rank_names` have run. Backward
+    /// sweeps undo the forward ones of a tape in reverse order, under the same smoothing type. Per
+    /// trial: no allocation once the tape and the lists have grown.
+    virtual void aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+                       Modeling::FixingGrid& grid, Variables& variables,
+                       Toolbox::Array1D<double>& flows,
+                       Toolbox::Array1D<double>& flow_adjoints) = 0;
     /// Multiplies `value` by what the flow pays as known now; callers start it at 1. False when not
     /// known.
     [[nodiscard]] virtual bool eval(double& value) = 0;
+    /// As `eval` on the path, and notes the fixings and the conditions that the path meets, and in
+    /// `kill_rank` the rank of the last payment that it meets. All are ranked (`scan_fixings`,
+    /// `scan_barriers`, `scan_all`). The caller starts `kill_rank` at 0 and clears the flags that
+    /// it has read. Under a smoothed condition the notes follow the branch that the plain event
+    /// chooses, while the flows mix both. Per trial: no allocation. Here: nothing to note.
+    virtual void eval_details(Modeling::FixingGrid& grid, Variables& variables,
+                              FixingDetails& fixings, EventDetails& events,
+                              Toolbox::Array1D<double>& flows, short& kill_rank);
+
+    /// Writes its steps. Ranks of dates, underlyings and names are set. Here: it pays nothing.
+    virtual void emit(Emitter&) const {}
+    /// Sets `price` to the value at `today` in the currency `pricing`; callers start it at 0.
+    /// False, after an ERROR record, for what has no closed form or lacks market data.
+    [[nodiscard]] virtual bool c_compute_closed_form_price(Toolbox::Date const& today,
+                                                           Data::Currency const& pricing,
+                                                           double& price) const = 0;
+    /// What is paid where all fixings are at level `x`, whatever the dates. Here: 0.
+    virtual double c_eval_carr_madan(double /*x*/) const { return 0.0; }
 
     /// The value at `date` on the space grid, undiscounted, as a function of what is known then.
     /// `date` carries its pillar rank. Here: zeros.

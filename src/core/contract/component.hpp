@@ -10,6 +10,7 @@
 #include "core/contract/moving.hpp"
 #include "core/data/level.hpp"
 #include "core/toolbox/pde/grid.hpp"
+#include "core/toolbox/tape.hpp"
 
 namespace ximCORE::Modeling {
 class FixingGrid;

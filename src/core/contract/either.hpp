@@ -27,8 +27,16 @@ class Either final : public Composite<Either, CashFlow> {
     Toolbox::Date c_get_maturity_date(Toolbox::Date const& fallback) const override;
     /// Relied on: adds nothing.
     void eval(Modeling::FixingGrid&, Variables&, Toolbox::Array1D<double>&) override {}
+    void aeval(Toolbox::AAD::Tape&, Toolbox::AAD::SweepType, bool, Modeling::FixingGrid&,
+               Variables&, Toolbox::Array1D<double>&, Toolbox::Array1D<double>&) override {}
     /// Whether all alternatives are known; `value` stays.
     [[nodiscard]] bool eval(double& value) override;
+    /// Refuses.
+    [[nodiscard]] bool c_compute_closed_form_price(Toolbox::Date const& today,
+                                                   Data::Currency const& pricing,
+                                                   double& price) const override;
+    /// Walks the alternatives and is 1.
+    double c_eval_carr_madan(double x) const override;
     void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper,
                            Toolbox::Grid& values) override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,

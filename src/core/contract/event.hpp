@@ -2,6 +2,8 @@
 #pragma once
 
 #include "core/contract/component.hpp"
+#include "core/contract/details.hpp"
+#include "core/contract/emitter.hpp"
 
 namespace ximCORE::Contract {
 
@@ -14,6 +16,13 @@ struct Weighing {
     Variables* variables;
     double lhs;  ///< widths of the ramp below and above the threshold, not below 0, in the unit of
                  ///< the amounts
+    double rhs;
+    int direction;
+};
+
+/// The widths and the direction of a `Weighing`.
+struct Ramp {
+    double lhs;
     double rhs;
     int direction;
 };
@@ -37,8 +46,15 @@ class Event : public Component, public Replaceable<Event> {
     /// From what is known now. False, with `value` as it was, when it is not; `level` is that of
     /// the records.
     [[nodiscard]] virtual bool eval(bool& value, Data::Level level) = 0;
+    /// As `Amount::eval_details`.
+    virtual bool eval_details(Modeling::FixingGrid& grid, Variables& variables,
+                              FixingDetails& fixings);
+    /// As `Amount::eval_antithetic`.
+    virtual bool eval_antithetic(Modeling::FixingGrid& grid, Variables& variables);
     /// Whether it happens, 1 or 0, at each point of the space grid.
     virtual Toolbox::IntGrid eval(Modeling::PDEHelper* helper) = 0;
+    /// Whether it happens, 1 or 0, where all fixings are at level `x`.
+    virtual double c_eval_carr_madan(double x) const = 0;
     /// True for a constant node, with its value.
     [[nodiscard]] virtual bool c_is_deterministic(bool& /*value*/) const { return false; }
 
@@ -58,6 +74,17 @@ class Event : public Component, public Replaceable<Event> {
     /// always true.
     [[nodiscard]] virtual bool weigh(Weighing const& weighing, Weights& weights) = 0;
     virtual void weigh(GridWeighing const& weighing, GridWeights& weights) = 0;
+    /// Adjoint form of `weigh` on one side of the grid of `weighing`. Forward: `weights`. Backward:
+    /// adds to the adjoints of the cells what `adjoints`, the derivatives by the two weights,
+    /// amount to; the direction is held fixed. Per trial: no allocation once the tape has grown.
+    virtual void smooth_aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep,
+                              bool antithetic, Weighing const& weighing, Weights& weights,
+                              Weights& adjoints) = 0;
+
+    /// Writes its steps, and answers the slot of its truth.
+    virtual Emitter::Slot emit(Emitter& emitter) const = 0;
+    /// The same of its weights, on a path.
+    virtual Emitter::WeightSlots emit_weights(Emitter& emitter, Ramp const& ramp) const = 0;
 
     /// Appends the text. Throws `std::runtime_error` "Unknown error" for a square root below.
     virtual void c_to_string(std::string& text) const = 0;

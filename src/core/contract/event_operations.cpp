@@ -38,14 +38,17 @@ bool EventBinaryOperation::weigh(Weighing const& weighing, Weights& weights) {
     Weights p;
     Weights q;
     if (!m_right->weigh(weighing, q) || !m_left->weigh(weighing, p)) return false;
+    weights = c_combine(p, q);
+    return true;
+}
+
+Weights EventBinaryOperation::c_combine(Weights const& p, Weights const& q) const {
     switch (m_operation.c_get_type()) {
         case Operation::Type::logical_and:
-            weights = {p.towards * q.towards, p.opposite * q.opposite};
-            return true;
+            return {p.towards * q.towards, p.opposite * q.opposite};
         case Operation::Type::logical_or:
-            weights = {p.towards + q.towards - p.opposite * q.opposite,
-                       p.opposite + q.opposite - p.towards * q.towards};
-            return true;
+            return {p.towards + q.towards - p.opposite * q.opposite,
+                    p.opposite + q.opposite - p.towards * q.towards};
         default:
             throw std::runtime_error("Unknown error");
     }

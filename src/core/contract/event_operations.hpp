@@ -12,7 +12,7 @@ class EventUnaryOperation : public Calculation<EventUnaryOperation, Event> {
     using Calculation::eval;
     virtual bool eval(bool x) const = 0;
 
-    bool compute(bool& value, auto&& read) {
+    bool compute(bool& value, auto&& read) const {
         bool x{};
         if (!read(m_child, x)) return false;
         value = eval(x);
@@ -20,8 +20,12 @@ class EventUnaryOperation : public Calculation<EventUnaryOperation, Event> {
     }
     /// 1 less the operand.
     [[nodiscard]] bool weigh(Weighing const& weighing, Weights& weights) override;
+    void smooth_aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+                      Weighing const& weighing, Weights& weights, Weights& adjoints) override;
     Toolbox::IntGrid eval(Modeling::PDEHelper* helper) override;
     void weigh(GridWeighing const& weighing, GridWeights& weights) override;
+    Emitter::Slot emit(Emitter& emitter) const override;
+    Emitter::WeightSlots emit_weights(Emitter& emitter, Ramp const& ramp) const override;
     void c_to_string(std::string& text) const override;
 
     auto children() { return std::tie(m_child); }
@@ -42,7 +46,7 @@ class EventBinaryOperation : public Calculation<EventBinaryOperation, Event> {
     using Calculation::eval;
     virtual bool eval(bool left, bool right) const = 0;
 
-    bool compute(bool& value, auto&& read) {
+    bool compute(bool& value, auto&& read) const {
         bool left{};
         bool right{};
         if (!read(m_right, right) || !read(m_left, left)) return false;
@@ -50,8 +54,12 @@ class EventBinaryOperation : public Calculation<EventBinaryOperation, Event> {
         return true;
     }
     [[nodiscard]] bool weigh(Weighing const& weighing, Weights& weights) override;
+    void smooth_aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+                      Weighing const& weighing, Weights& weights, Weights& adjoints) override;
     Toolbox::IntGrid eval(Modeling::PDEHelper* helper) override;
     void weigh(GridWeighing const& weighing, GridWeights& weights) override;
+    Emitter::Slot emit(Emitter& emitter) const override;
+    Emitter::WeightSlots emit_weights(Emitter& emitter, Ramp const& ramp) const override;
     void c_to_string(std::string& text) const override;
 
     auto children() { return std::tie(m_left, m_right); }
@@ -66,6 +74,10 @@ class EventBinaryOperation : public Calculation<EventBinaryOperation, Event> {
     Operation m_operation;
 
  private:
+    /// The weights of the operator for those of the left and of the right side.
+    Weights c_combine(Weights const& p, Weights const& q) const;
+    /// The adjoints of one side for those of the result and the weights of the other side.
+    Weights c_back(Weights const& adjoints, Weights const& other) const;
     void append_side(std::string& text, Event const& side) const;
 };
 
@@ -77,8 +89,12 @@ class EventAmountBinaryOperation : public Calculation<EventAmountBinaryOperation
     /// The weight for two values, as `Event::smooth_eval`.
     virtual double c_smooth_eval(double left, double right, double lhs, double rhs,
                                  int direction) const = 0;
+    /// Its backward form: adds to the adjoints of the two values.
+    virtual void c_smooth_aeval(Toolbox::AAD::Tape& tape, double left, double right, double lhs,
+                                double rhs, int direction, double adjoint,
+                                op::Adjoints& adjoints) const = 0;
 
-    bool compute(bool& value, auto&& read) {
+    bool compute(bool& value, auto&& read) const {
         double left{};
         double right{};
         if (!read(m_right, right) || !read(m_left, left)) return false;
@@ -86,8 +102,12 @@ class EventAmountBinaryOperation : public Calculation<EventAmountBinaryOperation
         return true;
     }
     [[nodiscard]] bool weigh(Weighing const& weighing, Weights& weights) override;
+    void smooth_aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+                      Weighing const& weighing, Weights& weights, Weights& adjoints) override;
     Toolbox::IntGrid eval(Modeling::PDEHelper* helper) override;
     void weigh(GridWeighing const& weighing, GridWeights& weights) override;
+    Emitter::Slot emit(Emitter& emitter) const override;
+    Emitter::WeightSlots emit_weights(Emitter& emitter, Ramp const& ramp) const override;
     void c_to_string(std::string& text) const override;
 
     auto children() { return std::tie(m_left, m_right); }
@@ -110,16 +130,23 @@ class EventAmountHybridOperation : public Calculation<EventAmountHybridOperation
     virtual bool eval(double x) const = 0;
     /// The weight for a value of the amount, as `Event::smooth_eval`.
     virtual double c_smooth_eval(double x, double lhs, double rhs, int direction) const = 0;
+    /// Its backward form: adds to the adjoint of the amount.
+    virtual void c_smooth_aeval(Toolbox::AAD::Tape& tape, double x, double lhs, double rhs,
+                                int direction, double adjoint, double& x_adjoint) const = 0;
 
-    bool compute(bool& value, auto&& read) {
+    bool compute(bool& value, auto&& read) const {
         double x{};
         if (!read(m_child, x)) return false;
         value = eval(x);
         return true;
     }
     [[nodiscard]] bool weigh(Weighing const& weighing, Weights& weights) override;
+    void smooth_aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+                      Weighing const& weighing, Weights& weights, Weights& adjoints) override;
     Toolbox::IntGrid eval(Modeling::PDEHelper* helper) override;
     void weigh(GridWeighing const& weighing, GridWeights& weights) override;
+    Emitter::Slot emit(Emitter& emitter) const override;
+    Emitter::WeightSlots emit_weights(Emitter& emitter, Ramp const& ramp) const override;
     void c_to_string(std::string& text) const override;
 
     auto children() { return std::tie(m_child); }
@@ -186,6 +213,11 @@ class EventAmountBinaryNode final : public EventAmountBinaryOperation {
         else
             return op::ramp(left, right, Op::slope, lhs, rhs, direction);
     }
+    void c_smooth_aeval(Toolbox::AAD::Tape& tape, double left, double right, double lhs, double rhs,
+                        int direction, double adjoint, op::Adjoints& adjoints) const override {
+        if constexpr (Op::slope != 0)
+            op::ramp_back(tape, left, right, Op::slope, lhs, rhs, direction, adjoint, adjoints);
+    }
     std::shared_ptr<Event> clone() const override { return copy_tree(*this); }
 };
 
@@ -212,6 +244,14 @@ class EventAmountHybridNode final : public EventAmountHybridOperation<side> {
             return EventAmountHybridNode::eval(x) ? 1.0 : 0.0;
         else
             return op::ramp(x, this->m_constant, slope, lhs, rhs, direction);
+    }
+    void c_smooth_aeval(Toolbox::AAD::Tape& tape, double x, double lhs, double rhs, int direction,
+                        double adjoint, double& x_adjoint) const override {
+        constexpr signed char slope = side == Side::left ? -Op::slope : Op::slope;
+        op::Adjoints adjoints{};
+        if constexpr (slope != 0)
+            op::ramp_back(tape, x, this->m_constant, slope, lhs, rhs, direction, adjoint, adjoints);
+        x_adjoint += adjoints.left;
     }
     std::shared_ptr<Event> clone() const override { return this->copy_tree(*this); }
 };

@@ -51,10 +51,32 @@ class Fixing final : public Amount {
         return m_conversion ? level * m_conversion->eval(m_date, grid) : level;
     }
     [[nodiscard]] bool eval(double& value, Data::Level level) override;
+    double eval_details(Modeling::FixingGrid& grid, Variables& variables,
+                        FixingDetails& fixings) override;
+    double eval_antithetic(Modeling::FixingGrid& grid, Variables& variables) override;
+    void aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+               Modeling::FixingGrid& grid, Variables&, double& value, double& adjoint) override {
+        if (m_equity_like == nullptr || m_conversion != nullptr) {
+            aeval_converted(tape, sweep, antithetic, grid, value, adjoint);
+            return;
+        }
+        auto& cell = grid.get_equity_like(m_date, *m_equity_like);
+        if (sweep == Toolbox::AAD::SweepType::FORWARD)
+            value = cell.get_value(antithetic);
+        else
+            cell.get_adjoint(antithetic) += adjoint;
+    }
     Toolbox::Grid eval(Modeling::PDEHelper* helper) override;
+    [[nodiscard]] bool c_compute_closed_form_price(Toolbox::Date const& today,
+                                                   Data::Currency const& pricing,
+                                                   Toolbox::Date const& payment,
+                                                   Data::Currency const& payment_currency,
+                                                   double& price) const override;
+    double c_eval_carr_madan(double x) const override { return x; }
     [[nodiscard]] bool accumulate(Harvest& harvest) override;
     void move(Toolbox::Date const& date, NamedValues::Map const& known, Intraday const& intraday,
               FixingOverrides const& fixings, bool fix) override;
+    Emitter::Slot emit(Emitter& emitter) const override;
     void c_to_string(std::string& text, bool bracket) const override;
     std::shared_ptr<Amount> clone() const override;
 
@@ -62,6 +84,9 @@ class Fixing final : public Amount {
     [[nodiscard]] bool resolve_conversion(Data::Currency const* pricing);
     void find_equity_like();
     double eval_underlying(Modeling::FixingGrid& grid);
+    /// Level times conversion, each by its own underlying.
+    void aeval_converted(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+                         Modeling::FixingGrid& grid, double& value, double& adjoint);
     [[nodiscard]] bool c_eval_known(double& value, Data::Level level) const;
     double const* c_find_override(FixingOverrides const& fixings) const;
 

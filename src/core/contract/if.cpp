@@ -55,6 +55,8 @@ void If::allocate_flows(std::uint64_t nb_payments) {
     if (!m_with_spread) return;
     m_then_flows = Toolbox::Array1D<double>(nb_payments);
     m_else_flows = Toolbox::Array1D<double>(nb_payments);
+    m_then_adjoints = Toolbox::Array1D<double>(nb_payments);
+    m_else_adjoints = Toolbox::Array1D<double>(nb_payments);
 }
 
 void If::allocate_variables(Variables const& layout) {
@@ -120,11 +122,18 @@ void If::eval_smoothed(Modeling::FixingGrid& grid, Variables& variables,
     m_else_variables = variables;
     m_then->eval(grid, m_then_variables, m_then_flows);
     m_else->eval(grid, m_else_variables, m_else_flows);
-    int const direction = ramp_direction(1.0, smoothing_type());
+    mix_branches(grid, variables, flows);
+}
+
+void If::mix_branches(Modeling::FixingGrid& grid, Variables& variables,
+                      Toolbox::Array1D<double>& flows) {
     Weights weights;  // for a positive gap, and for a negative one
-    std::ignore =
-        m_event->weigh({&grid, &variables, m_spread_lhs, m_spread_rhs, direction}, weights);
+    std::ignore = m_event->weigh(c_weighing(grid, variables), weights);
     mix(flows, weights);
+}
+
+Weighing If::c_weighing(Modeling::FixingGrid& grid, Variables& variables) const {
+    return {&grid, &variables, m_spread_lhs, m_spread_rhs, ramp_direction(1.0, smoothing_type())};
 }
 
 /// e + p (t - e) in each slot, and the working slots back to 0.
@@ -176,6 +185,18 @@ bool If::eval_smoothed(double& value) {
         return false;
     value = gap * weight + otherwise;
     return true;
+}
+
+void If::emit(Emitter& emitter) const {
+    auto const body = [&](Child<CashFlow> const& flow) {
+        return flow->c_is_nothing() ? Emitter::Body() : [&] { flow->emit(emitter); };
+    };
+    if (!m_with_spread || smoothing_type() == SmoothingType::NONE) {
+        emitter.branch(m_event->emit(emitter), body(m_then), body(m_else));
+        return;
+    }
+    Ramp const ramp{m_spread_lhs, m_spread_rhs, ramp_direction(1.0, smoothing_type())};
+    emitter.mix(m_event->emit_weights(emitter, ramp), body(m_then), body(m_else));
 }
 
 void If::c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,

@@ -42,10 +42,22 @@ class If final : public Composite<If, CashFlow> {
     /// Relied on: what a smoothed branch sets under a name is not seen outside the branch.
     void eval(Modeling::FixingGrid& grid, Variables& variables,
               Toolbox::Array1D<double>& flows) override;
+    void eval_details(Modeling::FixingGrid& grid, Variables& variables, FixingDetails& fixings,
+                      EventDetails& events, Toolbox::Array1D<double>& flows,
+                      short& kill_rank) override;
+    void aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+               Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>& flows,
+               Toolbox::Array1D<double>& flow_adjoints) override;
     /// Here the widths of the smoothing are scaled by the size of the gap between the branches.
     [[nodiscard]] bool eval(double& value) override;
+    /// Refuses.
+    [[nodiscard]] bool c_compute_closed_form_price(Toolbox::Date const& today,
+                                                   Data::Currency const& pricing,
+                                                   double& price) const override;
+    double c_eval_carr_madan(double x) const override;
     void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper,
                            Toolbox::Grid& values) override;
+    void emit(Emitter& emitter) const override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
     void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
@@ -60,8 +72,22 @@ class If final : public Composite<If, CashFlow> {
     void reduce_branches();
     void eval_smoothed(Modeling::FixingGrid& grid, Variables& variables,
                        Toolbox::Array1D<double>& flows);
+    /// Adds the mixture of both branches, which stand in the working slots.
+    void mix_branches(Modeling::FixingGrid& grid, Variables& variables,
+                      Toolbox::Array1D<double>& flows);
     void mix(Toolbox::Array1D<double>& flows, Weights const& weights);
     [[nodiscard]] bool eval_smoothed(double& value);
+    void aeval_smoothed(Toolbox::AAD::Tape& tape, bool antithetic, Modeling::FixingGrid& grid,
+                        Variables& variables, Toolbox::Array1D<double>& flows);
+    void aeval_smoothed_back(Toolbox::AAD::Tape& tape, bool antithetic, Modeling::FixingGrid& grid,
+                             Variables& variables, Toolbox::Array1D<double>& flow_adjoints);
+    /// Adjoint form of `mix_branches`; backward it leaves the adjoints of the branches in the
+    /// working slots.
+    void amix(Toolbox::AAD::Tape& tape, bool antithetic, Modeling::FixingGrid& grid,
+              Variables& variables, Toolbox::Array1D<double>& flows);
+    void amix_back(Toolbox::AAD::Tape& tape, bool antithetic, Modeling::FixingGrid& grid,
+                   Variables& variables, Toolbox::Array1D<double>& flow_adjoints);
+    Weighing c_weighing(Modeling::FixingGrid& grid, Variables& variables) const;
     /// From the values of the second branch on the space grid to those of both.
     void mix(Toolbox::Grid const& then, Modeling::PDEHelper* helper, Toolbox::Grid& values);
 
@@ -77,6 +103,8 @@ class If final : public Composite<If, CashFlow> {
     int m_end_rhs{0};
     Toolbox::Array1D<double> m_then_flows;
     Toolbox::Array1D<double> m_else_flows;
+    Toolbox::Array1D<double> m_then_adjoints;
+    Toolbox::Array1D<double> m_else_adjoints;
     Variables m_then_variables;
     Variables m_else_variables;
 };

@@ -37,6 +37,16 @@ bool Observable::get_dependencies(Toolbox::Date const& date) {
     return is_complete;
 }
 
+void Observable::scan_underlyings(std::vector<Data::Underlying*>& out) {
+    for (auto& item : m_items) item.amount->accumulate_underlyings(out);
+    sort_underlyings(out);
+}
+
+void Observable::scan_currencies(std::vector<Data::Currency*>& out) {
+    for (auto& item : m_items) item.amount->accumulate_currencies(out);
+    sort_currencies(out);
+}
+
 bool Observable::scan_all(ContractInformation& information, bool accumulate) {
     if (accumulate && !std::ranges::all_of(m_items, [&](Item& item) {
             return item.amount->accumulate_all(information);

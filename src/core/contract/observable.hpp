@@ -36,6 +36,9 @@ class Observable {
 
     /// As `Component::get_dependencies` of all amounts, without a pricing currency.
     [[nodiscard]] bool get_dependencies(Toolbox::Date const& date);
+    /// Each once, over all items; see `Gathering`.
+    void scan_underlyings(std::vector<Data::Underlying*>& out);
+    void scan_currencies(std::vector<Data::Currency*>& out);
     /// As `Amount::scan_all`, over all items.
     [[nodiscard]] bool scan_all(ContractInformation& information, bool accumulate);
     /// Past fixings become numbers, by the intraday rules of contracts. False, after ERROR records,

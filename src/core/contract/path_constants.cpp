@@ -26,7 +26,16 @@ class PathConstant final : public Composite<PathConstant, Amount> {
     [[nodiscard]] bool eval(double& value, Data::Level level) override {
         return m_amount->eval(value, level);
     }
+    double eval_antithetic(Modeling::FixingGrid& grid, Variables& variables) override {
+        return m_amount->eval_antithetic(grid, variables);
+    }
+    void aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+               Modeling::FixingGrid& grid, Variables& variables, double& value,
+               double& adjoint) override {
+        m_amount->aeval(tape, sweep, antithetic, grid, variables, value, adjoint);
+    }
     Toolbox::Grid eval(Modeling::PDEHelper* helper) override { return m_amount->eval(helper); }
+    Emitter::Slot emit(Emitter& emitter) const override { return m_amount->emit(emitter); }
     void c_to_string(std::string& text, bool bracket) const override {
         m_amount->c_to_string(text, bracket);
     }

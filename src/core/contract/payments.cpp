@@ -91,8 +91,13 @@ void PayReceive::accumulate_events(std::vector<CashFlow const*>& list, std::uint
 
 void PayReceive::eval(Modeling::FixingGrid& grid, Variables& variables,
                       Toolbox::Array1D<double>& flows) {
-    double flow = m_conversion ? m_conversion->eval(grid, variables) : 1.0;
-    flow *= value_on_path(*m_amount, grid, variables);
+    double const rate = m_conversion ? m_conversion->eval(grid, variables) : 1.0;
+    add_flow(rate, value_on_path(*m_amount, grid, variables), grid, flows);
+}
+
+void PayReceive::add_flow(double rate, double amount, Modeling::FixingGrid& grid,
+                          Toolbox::Array1D<double>& flows) const {
+    double flow = rate * amount;
     double const adjustment = grid.get_stochastic_rates_adjustment(*m_currency, m_date).value;
     if (adjustment != 0.0) flow *= std::exp(-adjustment);
     auto const rank =

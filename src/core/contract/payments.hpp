@@ -17,6 +17,11 @@ class Nothing final : public CashFlow {
     [[nodiscard]] bool c_is_nothing() const override { return true; }
     void accumulate_events(std::vector<CashFlow const*>&, std::uint64_t) override {}
     void eval(Modeling::FixingGrid&, Variables&, Toolbox::Array1D<double>&) override {}
+    void aeval(Toolbox::AAD::Tape&, Toolbox::AAD::SweepType, bool, Modeling::FixingGrid&,
+               Variables&, Toolbox::Array1D<double>&, Toolbox::Array1D<double>&) override {}
+    [[nodiscard]] bool c_compute_closed_form_price(Toolbox::Date const& today,
+                                                   Data::Currency const& pricing,
+                                                   double& price) const override;
     [[nodiscard]] bool eval(double& value) override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
@@ -56,9 +61,21 @@ class PayReceive final : public Composite<PayReceive, CashFlow> {
     /// date.
     void eval(Modeling::FixingGrid& grid, Variables& variables,
               Toolbox::Array1D<double>& flows) override;
+    void eval_details(Modeling::FixingGrid& grid, Variables& variables, FixingDetails& fixings,
+                      EventDetails& events, Toolbox::Array1D<double>& flows,
+                      short& kill_rank) override;
+    void aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+               Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>& flows,
+               Toolbox::Array1D<double>& flow_adjoints) override;
+    /// 0 once the payment date is past.
+    [[nodiscard]] bool c_compute_closed_form_price(Toolbox::Date const& today,
+                                                   Data::Currency const& pricing,
+                                                   double& price) const override;
+    double c_eval_carr_madan(double x) const override;
     [[nodiscard]] bool eval(double& value) override;
     void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper,
                            Toolbox::Grid& values) override;
+    void emit(Emitter& emitter) const override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
     void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
@@ -69,6 +86,10 @@ class PayReceive final : public Composite<PayReceive, CashFlow> {
     auto children() const { return std::tie(m_amount); }
 
  private:
+    /// Adds rate * amount, adjusted and scaled, to the slot of the payment.
+    void add_flow(double rate, double amount, Modeling::FixingGrid& grid,
+                  Toolbox::Array1D<double>& flows) const;
+
     Toolbox::Date m_date;
     std::shared_ptr<Data::Currency> m_currency;
     Child<Amount> m_amount;
@@ -105,9 +126,20 @@ class BuySell final : public Composite<BuySell, CashFlow> {
               Toolbox::Array1D<double>& flows) override {
         m_child->eval(grid, variables, flows);
     }
+    void eval_details(Modeling::FixingGrid& grid, Variables& variables, FixingDetails& fixings,
+                      EventDetails& events, Toolbox::Array1D<double>& flows,
+                      short& kill_rank) override;
+    void aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+               Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>& flows,
+               Toolbox::Array1D<double>& flow_adjoints) override;
+    [[nodiscard]] bool c_compute_closed_form_price(Toolbox::Date const& today,
+                                                   Data::Currency const& pricing,
+                                                   double& price) const override;
+    double c_eval_carr_madan(double x) const override { return m_child->c_eval_carr_madan(x); }
     [[nodiscard]] bool eval(double& value) override { return m_child->eval(value); }
     void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper,
                            Toolbox::Grid& values) override;
+    void emit(Emitter& emitter) const override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
     void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
@@ -139,7 +171,18 @@ class RefAmountSetter final : public Composite<RefAmountSetter, CashFlow> {
     void accumulate_events(std::vector<CashFlow const*>& list, std::uint64_t base) override;
     void eval(Modeling::FixingGrid& grid, Variables& variables,
               Toolbox::Array1D<double>& flows) override;
+    void eval_details(Modeling::FixingGrid& grid, Variables& variables, FixingDetails& fixings,
+                      EventDetails& events, Toolbox::Array1D<double>& flows,
+                      short& kill_rank) override;
+    void aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+               Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>& flows,
+               Toolbox::Array1D<double>& flow_adjoints) override;
+    /// Leaves `price` as it is.
+    [[nodiscard]] bool c_compute_closed_form_price(Toolbox::Date const& today,
+                                                   Data::Currency const& pricing,
+                                                   double& price) const override;
     [[nodiscard]] bool eval(double& value) override;
+    void emit(Emitter& emitter) const override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
     void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
@@ -177,9 +220,20 @@ class CashFlowBinaryOperation final : public CashFlow {
     Toolbox::Date c_get_maturity_date(Toolbox::Date const& fallback) const override;
     void eval(Modeling::FixingGrid& grid, Variables& variables,
               Toolbox::Array1D<double>& flows) override;
+    void eval_details(Modeling::FixingGrid& grid, Variables& variables, FixingDetails& fixings,
+                      EventDetails& events, Toolbox::Array1D<double>& flows,
+                      short& kill_rank) override;
+    void aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+               Modeling::FixingGrid& grid, Variables& variables, Toolbox::Array1D<double>& flows,
+               Toolbox::Array1D<double>& flow_adjoints) override;
+    [[nodiscard]] bool c_compute_closed_form_price(Toolbox::Date const& today,
+                                                   Data::Currency const& pricing,
+                                                   double& price) const override;
+    double c_eval_carr_madan(double x) const override;
     [[nodiscard]] bool eval(double& value) override;
     void compute_PDE_price(Toolbox::Date const& date, Modeling::PDEHelper* helper,
                            Toolbox::Grid& values) override;
+    void emit(Emitter& emitter) const override;
     void c_to_string(std::string& text, std::uint64_t& indent, std::uint64_t const& step,
                      std::uint64_t width) const override;
     void move(Toolbox::Date const& date, NamedValues& values, EventManager* manager,
@@ -189,6 +243,8 @@ class CashFlowBinaryOperation final : public CashFlow {
  private:
     /// The list that goes on at the right, null at the end of the spine.
     CashFlowBinaryOperation* c_get_next() const;
+    /// The members of the list in their order, at least two.
+    std::vector<CashFlow const*> c_get_members() const;
     /// Visits the members of the list in their order until one answers false, which is the answer.
     template <class Visit>
     bool c_all_members(Visit&& visit) const;
@@ -199,6 +255,7 @@ class CashFlowBinaryOperation final : public CashFlow {
 
     Child<CashFlow> m_left;
     Child<CashFlow> m_right;
+    std::vector<CashFlow*> m_swept;  ///< the members in the order of the last forward sweep
 };
 
 }  // namespace ximCORE::Contract

@@ -16,6 +16,16 @@ double EquityLikeUnderlying::eval(Toolbox::Date const& date, Currency const&,
     return grid.get_equity_like(date, *this).value;
 }
 
+void EquityLikeUnderlying::aeval(Toolbox::Date const& date, Currency const&, Toolbox::AAD::Tape&,
+                                 Toolbox::AAD::SweepType sweep, bool antithetic,
+                                 Modeling::FixingGrid& grid, double& value, double& adjoint) {
+    auto& cell = grid.get_equity_like(date, *this);
+    if (sweep == Toolbox::AAD::SweepType::FORWARD)
+        value = cell.get_value(antithetic);
+    else
+        cell.get_adjoint(antithetic) += adjoint;
+}
+
 std::shared_ptr<Underlying::Impl> ExchangeRate::c_clone() const {
     auto copy = std::make_shared<ExchangeRate>(*this);
     if (m_base_currency.has()) copy->m_base_currency = SetOnce(m_base_currency.get()->c_clone());

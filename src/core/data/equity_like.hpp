@@ -17,7 +17,14 @@ class EquityLikeUnderlying : public Underlying::Impl {
                                     Modeling::FixingGrid& grid) const override;
     double eval(Toolbox::Date const& date, Currency const& currency,
                 Modeling::FixingGrid& grid) override;
+    void aeval(Toolbox::Date const& date, Currency const& currency, Toolbox::AAD::Tape& tape,
+               Toolbox::AAD::SweepType sweep, bool antithetic, Modeling::FixingGrid& grid,
+               double& value, double& adjoint) override;
     [[nodiscard]] bool build(Toolbox::Date const&) override { return true; }
+    [[nodiscard]] bool c_compute_closed_form_price(Underlying const& owner,
+                                                   ForwardPayment const& payment,
+                                                   Toolbox::Date const& fixing,
+                                                   double& price) const override;
 
     /// Index among the model's factors, -1 before the underlyings of a contract are ranked.
     short const& c_get_rank() const { return m_rank; }

@@ -13,6 +13,7 @@
 
 #include "core/data/base_api.hpp"
 #include "core/data/cache.hpp"
+#include "core/data/chart_api.hpp"
 #include "core/data/correlation.hpp"
 #include "core/data/date_reader.hpp"
 #include "core/data/file_api.hpp"
@@ -52,6 +53,7 @@ struct SourceKind {
 constexpr auto source_kind_table = std::to_array<SourceKind>({
     {"manual", make_source<FileAPI>},
     {"base", make_source<BaseAPI>},
+    {"yfinance", make_source<YahooFinanceAPI>},
 });
 
 bool fail(auto const&... parts) {

@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include <cstdint>
 #include <iosfwd>
 #include <memory>
 #include <vector>
@@ -14,15 +15,27 @@ namespace ximCORE::Data {
 
 class MarketDataGateway {
  public:
+    // Relied on: the settings of a gateway are stored and never read, a failed source is not asked
+    // again
+    inline static std::uint64_t s_ntry{1};
+    inline static bool s_success_on_calendar_request_failure{false};
+    inline static bool s_success_on_correlation_request_failure{false};
+    inline static bool s_success_on_fx_spot_request_failure{false};
+    inline static bool s_success_on_spot_request_failure{false};
+    inline static bool s_success_on_volatility_request_failure{false};
+    inline static bool s_success_on_yield_request_failure{false};
+    inline static bool s_success_on_repo_request_failure{false};
+    inline static bool s_success_on_day_counter_request_failure{false};
+
     MarketDataGateway() = default;
     MarketDataGateway(MarketDataGateway const&) = delete;
     MarketDataGateway& operator=(MarketDataGateway const&) = delete;
     /// As `clear`.
     ~MarketDataGateway();
 
-    /// Opens the source described by a file: a JSON object with "Kind" ("manual" or "base") and
-    /// "Data". False, after a record, when the file cannot be opened or read, or the source does
-    /// not connect.
+    /// Opens the source described by a file: a JSON object with "Kind" ("manual", "base" or
+    /// "yfinance") and "Data". False, after a record, when the file cannot be opened or read, or
+    /// the source does not connect.
     [[nodiscard]] bool push_back(char const* path);
     /// Takes a source over and connects it; false, and the source is gone, when that fails.
     [[nodiscard]] bool push_back(std::unique_ptr<API> source);

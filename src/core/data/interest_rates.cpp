@@ -28,6 +28,17 @@ auto grid_reader(Modeling::FixingGrid& grid, Date const& date, Currency const& c
         [&](Date const& maturity) { return grid.get_zero_coupon(date, currency, maturity).value; };
 }
 
+/// The adjoint of the same zero coupon, on one side of the grid.
+auto grid_adjoints(Modeling::FixingGrid& grid, Date const& date, Currency const& currency,
+                   bool antithetic) {
+    return [&, antithetic](Date const& maturity) -> double& {
+        return grid.get_zero_coupon(date, currency, maturity).get_adjoint(antithetic);
+    };
+}
+
+using Toolbox::AAD::SweepType;
+using Toolbox::AAD::Tape;
+
 }  // namespace
 
 bool InterestRateLikeUnderlying::accumulate_all(Contract::ContractInformation& information,
@@ -51,6 +62,21 @@ void DepositRate::c_set_fixing_grid_internal(Date const& date, Currency const& c
 double DepositRate::eval(Date const& date, Currency const& currency, Modeling::FixingGrid& grid) {
     auto const zero_coupon = grid_reader(grid, date, currency);
     return (zero_coupon(m_start_date) / zero_coupon(m_end_date) - 1.0) / m_coverage;
+}
+
+void DepositRate::aeval(Date const& date, Currency const& currency, Tape&, SweepType sweep,
+                        bool antithetic, Modeling::FixingGrid& grid, double& value,
+                        double& adjoint) {
+    if (sweep == SweepType::FORWARD) {
+        value = eval(date, currency, grid);  // Relied on: a mirrored path has the same zero coupons
+        return;
+    }
+    auto const zero_coupon = grid_reader(grid, date, currency);
+    auto const adjoint_of = grid_adjoints(grid, date, currency, antithetic);
+    double const end = zero_coupon(m_end_date);
+    double const slope = adjoint / (m_coverage * end);
+    adjoint_of(m_end_date) -= slope * zero_coupon(m_start_date) / end;
+    adjoint_of(m_start_date) += slope;
 }
 
 bool DepositRate::build(Date const& date) {
@@ -103,12 +129,43 @@ void SwapRate::c_set_fixing_grid_internal(Date const& date, Currency const& curr
     for (auto const& leg : m_schedule) grid.open_zero_coupon(date, currency, leg.end);
 }
 
-double SwapRate::eval(Date const& date, Currency const& currency, Modeling::FixingGrid& grid) {
+double SwapRate::eval_annuity(Date const& date, Currency const& currency,
+                              Modeling::FixingGrid& grid) const {
     if (m_schedule.empty()) Toolbox::raise_segmentation_fault();
     auto const zero_coupon = grid_reader(grid, date, currency);
     double annuity = 0.0;
     for (auto const& leg : m_schedule) annuity += leg.coverage * zero_coupon(leg.end);
-    return (zero_coupon(m_schedule.front().start) - zero_coupon(m_schedule.back().end)) / annuity;
+    return annuity;
+}
+
+double SwapRate::eval_float_leg(Date const& date, Currency const& currency,
+                                Modeling::FixingGrid& grid) const {
+    auto const zero_coupon = grid_reader(grid, date, currency);
+    return zero_coupon(m_schedule.front().start) - zero_coupon(m_schedule.back().end);
+}
+
+double SwapRate::eval(Date const& date, Currency const& currency, Modeling::FixingGrid& grid) {
+    double const annuity = eval_annuity(date, currency, grid);
+    return eval_float_leg(date, currency, grid) / annuity;
+}
+
+void SwapRate::aeval(Date const& date, Currency const& currency, Tape& tape, SweepType sweep,
+                     bool antithetic, Modeling::FixingGrid& grid, double& value, double& adjoint) {
+    double annuity = 0.0;
+    if (sweep == SweepType::FORWARD) {
+        annuity = eval_annuity(date, currency, grid);
+        tape.dpush(annuity);
+        value = eval_float_leg(date, currency, grid) / annuity;
+        return;
+    }
+    tape.dpop(annuity);
+    auto const adjoint_of = grid_adjoints(grid, date, currency, antithetic);
+    double const slope = adjoint / annuity;
+    double const rate = eval_float_leg(date, currency, grid) / annuity;
+    adjoint_of(m_schedule.back().end) -= slope;
+    adjoint_of(m_schedule.front().start) += slope;
+    for (auto leg = m_schedule.rbegin(); leg != m_schedule.rend(); ++leg)
+        adjoint_of(leg->end) -= slope * rate * leg->coverage;
 }
 
 bool SwapRate::build(Date const& date) {
@@ -171,6 +228,21 @@ double ZeroCouponBond::eval(Date const& date, Currency const& currency,
                             Modeling::FixingGrid& grid) {
     auto const zero_coupon = grid_reader(grid, date, currency);
     return zero_coupon(m_end_date) / zero_coupon(m_start_date);
+}
+
+void ZeroCouponBond::aeval(Date const& date, Currency const& currency, Tape&, SweepType sweep,
+                           bool antithetic, Modeling::FixingGrid& grid, double& value,
+                           double& adjoint) {
+    if (sweep == SweepType::FORWARD) {
+        value = eval(date, currency, grid);
+        return;
+    }
+    auto const zero_coupon = grid_reader(grid, date, currency);
+    auto const adjoint_of = grid_adjoints(grid, date, currency, antithetic);
+    double const start = zero_coupon(m_start_date);
+    double const slope = adjoint / start;
+    adjoint_of(m_start_date) -= slope * zero_coupon(m_end_date) / start;
+    adjoint_of(m_end_date) += slope;
 }
 
 bool ZeroCouponBond::build(Date const& date) {

@@ -18,6 +18,8 @@ class YieldCurve;
 class YieldCurveStripper;
 
 /// Values are fractions. The dates are 1970-01-01 before `build`.
+/// A mirrored path of the adjoint simulation reads the same zero coupons as the path
+/// itself, which no path changes; their adjoints go to the pair of its side.
 class InterestRateLikeUnderlying : public Underlying::Impl {
  public:
     AssetKind c_get_asset_kind() const final { return AssetKind::interest_rate; }
@@ -54,7 +56,14 @@ class DepositRate final : public InterestRateLikeUnderlying {
     /// (Z(start) / Z(end) - 1) / coverage.
     double eval(Toolbox::Date const& date, Currency const& currency,
                 Modeling::FixingGrid& grid) override;
+    void aeval(Toolbox::Date const& date, Currency const& currency, Toolbox::AAD::Tape& tape,
+               Toolbox::AAD::SweepType sweep, bool antithetic, Modeling::FixingGrid& grid,
+               double& value, double& adjoint) override;
     [[nodiscard]] bool build(Toolbox::Date const& date) override;
+    [[nodiscard]] bool c_compute_closed_form_price(Underlying const& owner,
+                                                   ForwardPayment const& payment,
+                                                   Toolbox::Date const& fixing,
+                                                   double& price) const override;
     void accumulate_maturity_dates(std::vector<Toolbox::Date*>& out) override;
 
     Toolbox::Date const& c_get_start() const override { return m_start_date; }
@@ -89,10 +98,18 @@ class SwapRate final : public InterestRateLikeUnderlying {
     /// for an empty schedule.
     double eval(Toolbox::Date const& date, Currency const& currency,
                 Modeling::FixingGrid& grid) override;
+    void aeval(Toolbox::Date const& date, Currency const& currency, Toolbox::AAD::Tape& tape,
+               Toolbox::AAD::SweepType sweep, bool antithetic, Modeling::FixingGrid& grid,
+               double& value, double& adjoint) override;
     /// Periods by `frequency` from start to end, the last one cut at the end. The schedule stays
     /// empty when a shifted date is not after the one before; false, after an ERROR record, for
     /// more than 10,000 periods.
     [[nodiscard]] bool build(Toolbox::Date const& date) override;
+    /// Refuses.
+    [[nodiscard]] bool c_compute_closed_form_price(Underlying const& owner,
+                                                   ForwardPayment const& payment,
+                                                   Toolbox::Date const& fixing,
+                                                   double& price) const override;
     void accumulate_maturity_dates(std::vector<Toolbox::Date*>& out) override;
 
     Toolbox::Date const& c_get_start() const override { return m_start_date; }
@@ -118,6 +135,12 @@ class SwapRate final : public InterestRateLikeUnderlying {
         double coverage;
     };
 
+    /// Sum of coverage Z(end), and Z(first start) - Z(last end), on the path.
+    double eval_annuity(Toolbox::Date const& date, Currency const& currency,
+                        Modeling::FixingGrid& grid) const;
+    double eval_float_leg(Toolbox::Date const& date, Currency const& currency,
+                          Modeling::FixingGrid& grid) const;
+
     Shift m_start;
     Shift m_end;
     Shift m_frequency;
@@ -138,7 +161,14 @@ class ZeroCouponBond final : public InterestRateLikeUnderlying {
     /// Z(end) / Z(start).
     double eval(Toolbox::Date const& date, Currency const& currency,
                 Modeling::FixingGrid& grid) override;
+    void aeval(Toolbox::Date const& date, Currency const& currency, Toolbox::AAD::Tape& tape,
+               Toolbox::AAD::SweepType sweep, bool antithetic, Modeling::FixingGrid& grid,
+               double& value, double& adjoint) override;
     [[nodiscard]] bool build(Toolbox::Date const& date) override;
+    [[nodiscard]] bool c_compute_closed_form_price(Underlying const& owner,
+                                                   ForwardPayment const& payment,
+                                                   Toolbox::Date const& fixing,
+                                                   double& price) const override;
     void accumulate_maturity_dates(std::vector<Toolbox::Date*>& out) override;
 
     Toolbox::Date const& c_get_start() const override { return m_start_date; }

@@ -77,6 +77,12 @@ class MarketDataPerturbableItem : public MarketDataItem {
         for (auto const& shift : m_shifts) x = shift.c_eval(x);
         return x;
     }
+    /// Derivative of `c_shift` by `x`.
+    double c_get_shift_slope() const {
+        double slope = 1.0;
+        for (auto const& shift : m_shifts) slope *= shift.c_get_slope();
+        return slope;
+    }
 
  private:
     std::vector<MarketDataShift> m_shifts;

@@ -35,4 +35,18 @@ double MarketDataShift::c_eval(double x) const {
     throw std::runtime_error("Unknown error");
 }
 
+double MarketDataShift::c_get_slope() const {
+    switch (kind) {
+        case Kind::additive:
+            return 1.0;
+        case Kind::assignment:
+            return 0.0;
+        case Kind::hybrid:
+            return 1.0 + in_unit(unit, value);
+        case Kind::multiplicative:
+            return in_unit(unit, value);
+    }
+    throw std::runtime_error("Unknown error");
+}
+
 }  // namespace ximCORE::Data

@@ -18,6 +18,8 @@ struct MarketDataShift {
 
     /// The shifted number. Throws std::runtime_error "Unknown error" for a kind outside the four.
     double c_eval(double x) const;
+    /// Its derivative by x, the same everywhere. Throws as `c_eval` does.
+    double c_get_slope() const;
 };
 
 }  // namespace ximCORE::Data

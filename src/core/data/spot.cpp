@@ -23,4 +23,17 @@ bool Spot::c_has_val(Level level) {
     return c_is_set();
 }
 
+bool Spot::aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, double& value,
+                 double const& adjoint_in, double& adjoint_out) {
+    if (sweep == Toolbox::AAD::SweepType::FORWARD) {
+        if (!eval(value, Level::error)) return false;
+        tape.dpush(value);
+    } else {
+        tape.dpop(value);
+        adjoint_out += value * adjoint_in;  // Relied on: the adjoint of a spot is per relative move
+                                            // of the shifted value
+    }
+    return true;
+}
+
 }  // namespace ximCORE::Data

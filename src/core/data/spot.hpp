@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "core/data/quote.hpp"
+#include "core/toolbox/tape.hpp"
 
 namespace ximCORE::Data {
 
@@ -23,6 +24,13 @@ class Spot final : public MarketDataQuote {
     Underlying const* c_get_underlying() const { return m_underlying; }
     [[nodiscard]] bool _c_is_affected(MarketDataPerturbationItem const& item) const override;
     [[nodiscard]] bool c_has_val(Level level) override;
+
+    /// Adjoint form of `eval`. Forward: the shifted value into `value` and on the tape; false, with
+    /// `value` untouched and nothing pushed, after an ERROR record. Backward: takes the value back
+    /// and adds it times `adjoint_in`, the derivative by the value, to `adjoint_out`. The
+    /// adjoint of a spot is per unit of relative move.
+    [[nodiscard]] bool aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, double& value,
+                             double const& adjoint_in, double& adjoint_out);
 
  private:
     Underlying const* m_underlying;

@@ -16,6 +16,7 @@
 #include "core/data/missing.hpp"
 #include "core/toolbox/basis.hpp"
 #include "core/toolbox/calendar.hpp"
+#include "core/toolbox/tape.hpp"
 
 namespace ximCORE::Toolbox {
 class Date;
@@ -45,6 +46,8 @@ enum class AssetClass : std::uint8_t {
 /// A kind below `interest_rate` is equity-like: it has a simulated fixing.
 enum class AssetKind : std::uint8_t { equity, foreign_exchange, interest_rate, none };
 
+struct ForwardPayment;
+
 class Underlying final : public MarketDataStaticItem {
  public:
     /// The behaviour of an asset. `owner` is the underlying that holds the impl.
@@ -62,9 +65,20 @@ class Underlying final : public MarketDataStaticItem {
         /// fraction). Per trial: no allocation.
         virtual double eval(Toolbox::Date const& date, Currency const& currency,
                             Modeling::FixingGrid& grid) = 0;
+        /// Adjoint form of `eval` on one side of the grid. Forward: `value`. Backward: adds to the
+        /// adjoints of the cells that `eval` reads what `adjoint`, the derivative by the value,
+        /// amounts to. Per trial: no allocation once the tape has grown.
+        virtual void aeval(Toolbox::Date const& date, Currency const& currency,
+                           Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, bool antithetic,
+                           Modeling::FixingGrid& grid, double& value, double& adjoint) = 0;
         /// Resolves the asset's own dates for a fixing at `date`; false after an ERROR record.
         [[nodiscard]] virtual bool build(Toolbox::Date const& date) = 0;
         virtual std::shared_ptr<Impl> c_clone() const = 0;
+        /// See `Underlying::c_compute_closed_form_price`.
+        [[nodiscard]] virtual bool c_compute_closed_form_price(Underlying const& owner,
+                                                               ForwardPayment const& payment,
+                                                               Toolbox::Date const& fixing,
+                                                               double& price) const = 0;
         /// What a contract on this asset needs beyond the underlying's own currency; false after an
         /// ERROR record.
         [[nodiscard]] virtual bool accumulate_all(Contract::ContractInformation&,
@@ -167,8 +181,26 @@ class Underlying final : public MarketDataStaticItem {
         auto* currency = m_currency.get().get();
         return impl && currency ? impl->eval(date, *currency, grid) : 0.0;
     }
+    /// Adjoint form of it on one side of the grid: `Impl::aeval` in the own currency. While kind or
+    /// currency is unknown: 0 forward, nothing backward.
+    void aeval(Toolbox::Date const& date, Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep,
+               bool antithetic, Modeling::FixingGrid& grid, double& value, double& adjoint) {
+        auto* impl = m_impl.get().get();
+        auto* currency = m_currency.get().get();
+        if (impl && currency)
+            impl->aeval(date, *currency, tape, sweep, antithetic, grid, value, adjoint);
+        else if (sweep == Toolbox::AAD::SweepType::FORWARD)
+            value = 0.0;
+    }
     /// Opens the cells that `eval` reads; nothing while kind or currency is unknown.
     void c_set_fixing_grid_internal(Toolbox::Date const& date, Modeling::FixingGrid& grid) const;
+    /// The price at `today` of its level at `fixing`, paid at `payment`: forward times zero coupon
+    /// of the pricing currency. False, after an ERROR record, when the payment currency is another
+    /// one, for a swap rate, and while market data is missing. Relied on: a level in a third
+    /// currency is paid as it stands, without a quanto adjustment.
+    [[nodiscard]] bool c_compute_closed_form_price(
+        Toolbox::Date const& today, Currency const& pricing, Toolbox::Date const& payment,
+        Currency const& payment_currency, Toolbox::Date const& fixing, double& price) const;
     /// Resolves the dates of an interest rate for a fixing at `date`; true while the kind is
     /// unknown.
     [[nodiscard]] bool build(Toolbox::Date const& date);

@@ -28,28 +28,42 @@ double BlackScholesMCHelper::_c_get_volatility(std::uint64_t underlying) const {
 }
 
 double BlackScholesMCHelper::_c_get_quanto_drift(std::uint64_t underlying) const {
-    // Relied on: only the low byte of the rank is read, and as a signed one
-    auto const rank = static_cast<std::int8_t>(m_quanto_ranks.get(underlying) & 0xFF);
-    if (rank < 0) return 0.0;
-    auto const rate = static_cast<std::uint64_t>(rank);
-    return _c_get_correlation(_c_get_equity_like_index(rate),
-                              _c_get_equity_like_index(underlying)) *
-           _c_get_volatility(rate);
+    auto const rate = _c_get_quanto_rate(underlying);
+    return rate ? _c_get_correlation(_c_get_equity_like_index(*rate),
+                                     _c_get_equity_like_index(underlying)) *
+                      _c_get_volatility(*rate)
+                : 0.0;
+}
+
+bool BlackScholesMCHelper::c_get_lognormal_steps(std::uint64_t underlying,
+                                                 std::vector<double>& diffusions,
+                                                 std::vector<double>& drifts) const {
+    double const sigma = _c_get_volatility(underlying);
+    double const drift = _c_get_quanto_drift(underlying) - sigma * 0.5;
+    diffusions.clear();
+    drifts.clear();
+    for (std::uint64_t k = 0; k < m_nb_fixing_dates; ++k) {
+        diffusions.push_back(m_sqrt_time_steps.at(k) * sigma);
+        drifts.push_back(drift * m_time_steps.at(k) * sigma);
+    }
+    return true;
 }
 
 void BlackScholesMCHelper::_diffuse_internal(std::uint64_t) {
     if (m_nb_fixing_dates == 0) return;
-    for (std::uint64_t u = 0; u < m_nb_underlyings; ++u) {
-        double const sigma = _c_get_volatility(u);
-        double const drift = _c_get_quanto_drift(u) - sigma * 0.5;
-        PathInputs const path = _get_path_inputs(u);
-        double x = 0.0;
-        for (std::uint64_t k = 0; k < m_nb_fixing_dates; ++k) {
-            x += (path.normal(k) * path.sqrt_time_steps[k] + drift * path.time_steps[k]) * sigma;
-            auto& cell = path.cells[k];
-            if (cell.opened) cell.value = std::exp(x) * path.forwards[k];
-            if (cell.closed) break;
-        }
+    for (std::uint64_t u = 0; u < m_nb_underlyings; ++u) _diffuse_underlying(u, false);
+}
+
+void BlackScholesMCHelper::_diffuse_underlying(std::uint64_t u, bool antithetic) {
+    double const sigma = _c_get_volatility(u);
+    double const drift = _c_get_quanto_drift(u) - sigma * 0.5;
+    PathInputs const path = _get_path_inputs(u);
+    double x = 0.0;
+    for (std::uint64_t k = 0; k < m_nb_fixing_dates; ++k) {
+        x += (path.normal(k) * path.sqrt_time_steps[k] + drift * path.time_steps[k]) * sigma;
+        auto& cell = path.cells[k];
+        if (cell.opened) cell.get_value(antithetic) = std::exp(x) * path.forwards[k];
+        if (cell.closed) break;
     }
 }
 

@@ -20,7 +20,18 @@ class Cube : public MatrixBase {
     /// The values are not set. Raises `std::bad_array_new_length` when the size in bytes overflows,
     /// `std::bad_alloc` when there is no memory.
     Cube(std::uint64_t steps, std::uint64_t factors, std::uint64_t trials);
+    /// Holds nothing before `draw`, which fills it with the normals of `seed`; an access before it
+    /// raises `SegmentationFaultException`.
+    Cube(std::uint64_t steps, std::uint64_t factors, std::uint64_t trials, std::uint64_t seed);
     virtual ~Cube() = default;
+
+    /// Allocates and fills what is not drawn yet. Not while threads share the numbers. Raises
+    /// `std::bad_alloc` when there is no memory.
+    void draw() {
+        if (m_values == nullptr) _draw();
+    }
+    /// Of the numbers; 0 without one.
+    [[nodiscard]] std::uint64_t c_get_seed() const { return m_seed; }
 
     /// Fills all values in memory order with standard normals: MT19937-64 seeded with `seed`, then
     /// the polar method (G. Marsaglia and T. Bray, "A convenient method for generating normal
@@ -43,11 +54,13 @@ class Cube : public MatrixBase {
     [[nodiscard]] std::uint64_t c_get_trials() const { return c_get_extent(2); }
 
  private:
+    void _draw();
     [[nodiscard]] std::size_t _position(std::uint64_t step, std::uint64_t factor,
                                         std::uint64_t trial) const;
 
     std::size_t m_slice_size;  // values of one trial
-    std::unique_ptr<double[]> m_values;
+    std::uint64_t m_seed{0};
+    std::unique_ptr<double[]> m_values;  // null before they are drawn
 };
 
 }  // namespace ximCORE::Toolbox::LinearAlgebra::Eigen

@@ -2,6 +2,7 @@
 
 #include <tuple>
 
+#include "core/modeling/dupire_local_volatility_mc_helper.hpp"
 #include "core/modeling/model_dependencies.hpp"
 
 namespace ximCORE::Modeling {
@@ -15,6 +16,10 @@ bool DupireLocalVolatilityModel::get_dependencies(std::vector<Data::Underlying*>
     // Relied on: a refused correlation does not make the declaration incomplete
     std::ignore = declare_correlations(c_get_calibration_date(), underlyings);
     return declare_volatility_surfaces(c_get_calibration_date(), underlyings) && is_complete;
+}
+
+std::unique_ptr<MCHelper> DupireLocalVolatilityModel::_new_MC_helper() {
+    return std::make_unique<DupireLocalVolatilityMCHelper>();
 }
 
 }  // namespace ximCORE::Modeling

@@ -1,8 +1,8 @@
-// Underlyings with a local volatility derived from their surfaces. The market data that it needs;
-// no helper yet.
+// Underlyings with a local volatility derived from their surfaces.
 
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "core/modeling/model.hpp"
@@ -16,6 +16,9 @@ class DupireLocalVolatilityModel final : public Model {
     using Model::get_dependencies;
     [[nodiscard]] bool get_dependencies(std::vector<Data::Underlying*> const& underlyings,
                                         std::vector<Data::Currency*> const& currencies) override;
+
+ protected:
+    [[nodiscard]] std::unique_ptr<MCHelper> _new_MC_helper() override;
 };
 
 }  // namespace ximCORE::Modeling

@@ -43,6 +43,10 @@ class FixingGrid {
         virtual void open() { opened = true; }
         void close() { closed = true; }
 
+        /// The pair of a side of the adjoint simulation: the path as drawn, or its mirror image.
+        double& get_value(bool antithetic) { return antithetic ? antithetic_value : value; }
+        double& get_adjoint(bool antithetic) { return antithetic ? antithetic_adjoint : adjoint; }
+
         /// Zeroes the four numbers and leaves the flags alone.
         void reset() { value = adjoint = antithetic_value = antithetic_adjoint = 0.0; }
     };

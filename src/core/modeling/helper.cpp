@@ -94,6 +94,12 @@ std::uint64_t Helper::_c_get_nb_factors() const {
            m_nb_factors_per_currency * m_nb_currencies;
 }
 
+std::optional<std::uint64_t> Helper::_c_get_quanto_rate(std::uint64_t underlying) const {
+    // Relied on: only the low byte of the rank is read, and as a signed one
+    auto const rank = static_cast<std::int8_t>(m_quanto_ranks.get(underlying) & 0xFF);
+    return rank < 0 ? std::nullopt : std::optional<std::uint64_t>(rank);
+}
+
 double Helper::_c_get_correlation(std::uint64_t i, std::uint64_t j) const {
     return i == j ? 1.0 : m_current->correlations.get(std::max(i, j), std::min(i, j));
 }

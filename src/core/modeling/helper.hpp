@@ -136,6 +136,16 @@ class Helper {
         Toolbox::Date const& date, Contract::ContractInformation const& information);
     [[nodiscard]] virtual bool _calibrate_correlation_matrix_internal();
 
+    /// The volatilities of all underlyings, their quanto ranks, and the zero-coupons of all
+    /// currencies: steps of `calibrate`.
+    [[nodiscard]] bool _calibrate_equity_like_volatility(
+        Toolbox::Date const& date, Contract::ContractInformation const& information);
+    [[nodiscard]] bool _set_quanto_adjustment(Contract::ContractInformation const& information);
+    /// The underlying whose rate adjusts the drift of this one; none without an adjustment.
+    [[nodiscard]] std::optional<std::uint64_t> _c_get_quanto_rate(std::uint64_t underlying) const;
+    [[nodiscard]] bool _calibrate_zero_coupons(Toolbox::Date const& date,
+                                               Contract::ContractInformation const& information);
+
     /// Takes the five counts from the lists of the contract.
     void _set_counts(Contract::ContractInformation const& information);
     [[nodiscard]] Calibration& _get_current() {
@@ -154,14 +164,9 @@ class Helper {
  private:
     [[nodiscard]] bool _calibrate_equity_like_forward_curve(
         Toolbox::Date const& date, Contract::ContractInformation const& information);
-    [[nodiscard]] bool _calibrate_equity_like_volatility(
-        Toolbox::Date const& date, Contract::ContractInformation const& information);
-    [[nodiscard]] bool _set_quanto_adjustment(Contract::ContractInformation const& information);
     [[nodiscard]] bool _calibrate_currency_yield_curve(
         Toolbox::Date const& date, Data::Currency const& currency,
         Contract::ContractInformation const& information);
-    [[nodiscard]] bool _calibrate_zero_coupons(Toolbox::Date const& date,
-                                               Contract::ContractInformation const& information);
 
     /// Which state is in force: `Bump::end` for the central one.
     struct Selection {

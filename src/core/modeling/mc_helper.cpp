@@ -26,10 +26,16 @@ MCHelper::MCHelper(MCHelper const& other)
       m_payment_steps(other.m_payment_steps),
       m_correlated_normals(other.m_correlated_normals),
       m_fixing_grid(other.m_fixing_grid),
+      m_correlation_adjoints(other.m_correlation_adjoints),
+      m_correlated_normal_adjoints(other.m_correlated_normal_adjoints),
+      m_forward_adjoints(other.m_forward_adjoints),
       m_normals(other.m_normals),
       m_central_cholesky(other.m_central_cholesky),
       m_cega_up_cholesky(other.m_cega_up_cholesky),
-      m_cega_down_cholesky(other.m_cega_down_cholesky) {
+      m_cega_down_cholesky(other.m_cega_down_cholesky),
+      m_cholesky_adjoints(other.m_cholesky_adjoints),
+      m_spot_adjoints(other.m_spot_adjoints),
+      m_rate_adjoints(other.m_rate_adjoints) {
     for (auto factors : {&MCHelper::m_cega_up_cholesky, &MCHelper::m_cega_down_cholesky})
         for (std::uint64_t k = 0; k < (other.*factors).c_get_count(); ++k)
             if (other.m_current_cholesky == (other.*factors).begin() + k)
@@ -54,8 +60,7 @@ void MCHelper::set(Toolbox::Date const& start, Toolbox::DayCounter const& day_co
     // Relied on: a plain grid draws one more step than a path reads
     std::uint64_t const steps = dates.size() + (m_use_sub_steps ? 0 : 1);
     m_normals = std::make_shared<Cube>(steps, _c_get_nb_factors(),
-                                       Pricing::MCPricerOptions::s_options.trials);
-    m_normals->fill_normal(s_seed);
+                                       Pricing::MCPricerOptions::s_options.trials, s_seed);
 }
 
 MCHelper::Dates MCHelper::_make_plain_grid(Contract::ContractInformation const& information) {
@@ -141,6 +146,12 @@ MCHelper::Factors* MCHelper::_find_factors(Bump bump) {
 }
 
 bool MCHelper::calibrate_method(Toolbox::Date const&, Contract::ContractInformation const&) {
+    _init_forward_fixing_grid();
+    _init_discount_factor_fixing_grid();
+    return true;
+}
+
+void MCHelper::_init_forward_fixing_grid() {
     auto const& forwards = c_get_current().forwards;
     for (std::uint64_t underlying = 0; underlying < m_nb_underlyings; ++underlying) {
         auto const column = static_cast<short>(underlying);
@@ -149,8 +160,6 @@ bool MCHelper::calibrate_method(Toolbox::Date const&, Contract::ContractInformat
                                                forwards.get(underlying, fixing)))
                 break;
     }
-    _init_discount_factor_fixing_grid();
-    return true;
 }
 
 void MCHelper::_init_discount_factor_fixing_grid() {
@@ -190,15 +199,19 @@ bool MCHelper::_calibrate_correlation_matrix_common(
 
 bool MCHelper::_calibrate_correlation_matrix_internal() {
     Toolbox::cholesky(c_get_current().correlations, m_current_cholesky->cholesky);
+    _size_correlated_normals(m_correlated_normals);
+    return true;
+}
+
+void MCHelper::_size_correlated_normals(Toolbox::Array2D<double>& normals) const {
     std::uint64_t const factors = _c_get_nb_factors();
     if (!m_time_steps.empty() && factors > 0)
-        m_correlated_normals = Toolbox::Array2D<double>(m_time_steps.size(), factors);
-    return true;
+        normals = Toolbox::Array2D<double>(m_time_steps.size(), factors);
 }
 
 void MCHelper::diffuse(std::uint64_t trial) {
     if (_c_get_nb_factors() == 0) return;
-    if (!m_time_steps.empty()) _correlate(m_normals->c_get_slice(trial));
+    if (!m_time_steps.empty()) _correlate(c_get_normals()->c_get_slice(trial));
     _diffuse_internal(trial);
 }
 
@@ -235,9 +248,14 @@ MCHelper::PathInputs MCHelper::_get_path_inputs(std::uint64_t underlying) {
 }
 
 void MCHelper::apply_antithetic(std::uint64_t trial) {
-    m_normals->opposite(trial);
+    c_get_normals()->opposite(trial);
 }
 
 void MCHelper::_diffuse_internal(std::uint64_t) {}
+
+bool MCHelper::c_get_lognormal_steps(std::uint64_t, std::vector<double>&,
+                                     std::vector<double>&) const {
+    return false;
+}
 
 }  // namespace ximCORE::Modeling

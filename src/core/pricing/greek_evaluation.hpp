@@ -17,14 +17,28 @@ struct EvaluationRule {
     std::int32_t reference_direction{0};
 };
 
+/// The rule of the simulation under the settings in force.
+inline EvaluationRule simulation_rule(Greek const& greek) {
+    auto const& settings = PricerOptions::s_options.greeks;
+    auto const direction_of = [&](Greek const& other) {
+        return static_cast<signed char>(other.c_get_setting(settings).direction);
+    };
+    EvaluationRule rule{direction_of(greek), direction_of(greek)};
+    // Relied on: the reference term of a down vega reads the direction of delta
+    if (&greek == &Greeks::vega) rule.reference_direction = direction_of(Greeks::delta);
+    return rule;
+}
+
 /// The difference of one result. `revalue(bump)` gives the value under a state, `central` the value
-/// under none.
-double combine(Greek const& greek, EvaluationRule const& rule, double central, auto&& revalue) {
+/// under none; values are numbers, or whatever adds and scales like them.
+template <class Value>
+Value combine(Greek const& greek, EvaluationRule const& rule, Value const& central,
+              auto&& revalue) {
     auto const& states = greek.states;
     switch (greek.difference) {
         case Difference::directional: {
-            double const reference = rule.direction * central;
-            double x = 0.0;
+            Value const reference = static_cast<double>(rule.direction) * central;
+            Value x{};
             if (Greek::s_needs_up(rule.direction)) {
                 x = revalue(states[0]);
                 if (!Greek::s_needs_down(rule.direction)) return x - reference;
@@ -33,19 +47,19 @@ double combine(Greek const& greek, EvaluationRule const& rule, double central, a
             return rule.reference_direction != 0 ? x - reference : x;
         }
         case Difference::convexity: {
-            double const up = revalue(states[0]);
-            double const down = revalue(states[1]);
+            Value const up = revalue(states[0]);
+            Value const down = revalue(states[1]);
             return (up + down) - 2.0 * central;
         }
         case Difference::mixed: {
-            double x = revalue(states[0]);
+            Value x = revalue(states[0]);
             x -= revalue(states[1]);
             x -= revalue(states[2]);
             x += revalue(states[3]);
             return x;
         }
     }
-    return 0.0;
+    return Value{};
 }
 
 }  // namespace ximCORE::Pricing

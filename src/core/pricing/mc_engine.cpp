@@ -1,5 +1,6 @@
 #include "core/pricing/mc_engine.hpp"
 
+#include <functional>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -13,6 +14,30 @@
 namespace ximCORE::Pricing {
 
 namespace {
+
+using Toolbox::Log;
+using Records = std::vector<Log::Entry>;
+
+/// A tape that runs short reports so on each path; more records of one worker say nothing new.
+constexpr std::size_t c_max_records = 1000;
+
+/// The trials of a worker, with its first records in `records` in place of the log.
+void run_collected(IMCThread* worker, std::uint64_t first, std::uint64_t last, Records& records) {
+    Log::Collector const collector(records, c_max_records);
+    run_thread(worker, first, last);
+}
+
+/// The same on the caller's thread.
+void run_here(IMCThread* worker, std::uint64_t last) {
+    Records records;
+    try {
+        run_collected(worker, 0, last, records);
+    } catch (...) {
+        Log::s_append(records);
+        throw;
+    }
+    Log::s_append(records);
+}
 
 /// A tree of its own for a worker.
 std::shared_ptr<Contract::CashFlow> make_tree(Contract::Contract const& contract) {
@@ -91,7 +116,7 @@ bool IMCPricer::compute(Contract::Contract& contract, Modeling::Model* model) {
         if (worker == nullptr) return false;
     }
     if (workers.c_get_size() == 0) {
-        Toolbox::Log::s_log(Toolbox::Log::Level::ERROR, "Monte Carlo without threads");
+        Log::s_log(Log::Level::ERROR, "Monte Carlo without threads");
         Toolbox::raise_segmentation_fault();
     }
     auto& first = *workers.unsafe_get(0);
@@ -101,7 +126,7 @@ bool IMCPricer::compute(Contract::Contract& contract, Modeling::Model* model) {
     }
     first._set_cashflow(contract.get_current());
     first._set_MC_helper(helper);
-    run_thread(&first, 0, s_options.trials);
+    run_here(&first, s_options.trials);
     first._agregate_thread_results();
     return true;
 }
@@ -118,15 +143,18 @@ void IMCPricer::_run_threads(Contract::Contract const& contract, Modeling::MCHel
         clones.push_back(helper.c_clone());
         worker->_set_MC_helper(clones.back().get());
     }
+    std::vector<Records> records(size);  // [worker]
     {
         // joined in the order of start, also when one cannot start
         std::vector<std::jthread> threads;
         for (std::uint64_t i = 0; i < size; ++i) {
             std::uint64_t const first = i * per_worker;
             std::uint64_t const last = i + 1 == size ? trials : first + per_worker;
-            threads.emplace_back(run_thread, workers.unsafe_get(i).get(), first, last);
+            threads.emplace_back(run_collected, workers.unsafe_get(i).get(), first, last,
+                                 std::ref(records[i]));
         }
     }
+    for (auto const& of_worker : records) Log::s_append(of_worker);
     for (auto& worker : workers) {
         worker->_agregate_thread_results();
         worker->_c_agregate_thread_helpers(&helper);

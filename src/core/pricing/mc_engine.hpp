@@ -75,8 +75,9 @@ class IMCPricer : public MCPricerOptions {
     IMCPricer& operator=(IMCPricer const&) = delete;
 
     /// Runs all trials on the model's calibrated helper, or on clones of it, one per thread. The
-    /// last thread takes the remainder of the trials. False when there is no worker or no helper;
-    /// no thread at all raises `SegmentationFaultException`.
+    /// last thread takes the remainder of the trials. The first records of each worker are added to
+    /// the log after the joins, in the order of the workers. False when there is no worker or no
+    /// helper; no thread at all raises `SegmentationFaultException`.
     [[nodiscard]] bool compute(Contract::Contract& contract, Modeling::Model* model);
 
  protected:

@@ -5,6 +5,7 @@
 #include "core/contract/path_constants.hpp"
 #include "core/modeling/mc_helper.hpp"
 #include "core/modeling/model.hpp"
+#include "core/pricing/block/block_pricer.hpp"
 
 namespace ximCORE::Pricing {
 
@@ -18,7 +19,8 @@ bool MCPayoffLadder::run_internal(Contract::Contract& contract, Modeling::Model*
         !helper->calibrate(model->c_get_calibration_date(), *currency, m_information))
         return false;
     for (auto& point : m_points) point.results = {};
-    if (!compute(contract, model)) return false;
+    IMCPricer::s_options.ran_in_blocks = Block::price(contract, *helper, m_points);
+    if (!IMCPricer::s_options.ran_in_blocks && !compute(contract, model)) return false;
     for (auto& point : m_points) point.results.price.agregate();
     return true;
 }

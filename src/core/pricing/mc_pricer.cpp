@@ -2,11 +2,16 @@
 
 #include "core/modeling/mc_helper.hpp"
 #include "core/modeling/model.hpp"
+#include "core/pricing/block/block_pricer.hpp"
 
 namespace ximCORE::Pricing {
 
 bool MCPricer::run_core(Contract::Contract& contract, Modeling::Model* model) {
-    if (!compute(contract, model)) return false;
+    auto* const helper = model == nullptr ? nullptr : model->safe_new_MC_helper();
+    if (helper == nullptr) return false;
+    auto& options = IMCPricer::s_options;
+    options.ran_in_blocks = Block::price(contract, *helper, get_results());
+    if (!options.ran_in_blocks && !compute(contract, model)) return false;
     shift_greeks();
     return true;
 }
@@ -24,17 +29,9 @@ std::unique_ptr<IMCThread> MCPricer::_new_thread() {
 }
 
 MCThread::MCThread(MCPricer& pricer) : m_results(pricer.c_get_results()), m_pricer(&pricer) {
-    auto const& settings = PricerOptions::s_options.greeks;
-    auto const direction_of = [&](Greek const& greek) {
-        return static_cast<signed char>(greek.c_get_setting(settings).direction);
-    };
-    for (auto const* greek : Greeks::evaluation_order) {
-        EvaluationRule rule{direction_of(*greek), direction_of(*greek)};
-        // Relied on: the reference term of a down vega reads the direction of delta
-        if (greek == &Greeks::vega) rule.reference_direction = direction_of(Greeks::delta);
+    for (auto const* greek : Greeks::evaluation_order)
         // Relied on: a cross vanna is assigned, so that each thread keeps its last trial alone
-        m_active.push_back({greek, rule, greek == &Greeks::xvanna});
-    }
+        m_active.push_back({greek, simulation_rule(*greek), greek == &Greeks::xvanna});
 }
 
 bool MCThread::_compute_price(std::uint64_t trial) {

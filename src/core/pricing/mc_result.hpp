@@ -41,6 +41,20 @@ struct MCResult {
     void agregate();
 };
 
+/// A copy, scaled as `operator*=` does.
+inline MCResult operator*(double scale, MCResult const& result) {
+    MCResult scaled(result);
+    scaled *= scale;
+    return scaled;
+}
+
+/// The observations of both.
+inline MCResult operator+(MCResult const& left, MCResult const& right) {
+    MCResult sum(left);
+    sum += right;
+    return sum;
+}
+
 inline MCResult& MCResult::operator=(double x) {
     sum = x;
     sum_of_squares = x * x;

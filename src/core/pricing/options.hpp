@@ -150,12 +150,18 @@ struct Options {
 
 /// Settings of the simulation.
 struct MCOptions {
+    /// `automatic` runs trials in blocks where contract and model allow, and one by one elsewhere;
+    /// `reference` always runs them one by one.
+    enum class Engine : std::uint8_t { automatic, reference };
+
     std::uint64_t trials{100000};
     std::uint8_t nb_threads{1};
     double confidence_level{
         95.0};  // Relied on: stored and never read, the interval has a fixed quantile
     double antithetic_factor{
         0.0};  ///< weight of the mirrored path, the plain one has the rest; 0: none is drawn
+    Engine engine{Engine::automatic};
+    bool ran_in_blocks{false};  ///< the last simulation, for whoever debugs
 };
 
 /// Settings of the closed forms.

@@ -12,50 +12,21 @@
 #include "core/data/underlying.hpp"
 #include "core/modeling/helper.hpp"
 #include "core/modeling/model.hpp"
+#include "core/pricing/cf_pricer.hpp"
 #include "core/pricing/mc_pricer.hpp"
+#include "core/pricing/mcaad_pricer.hpp"
 #include "core/pricing/pde_pricer.hpp"
+#include "core/pricing/states.hpp"
 
 namespace ximCORE::Pricing {
 
 namespace {
 
-using Data::MarketDataPerturbationItem;
-using Data::MarketDataShift;
 using Modeling::Bump;
 
 std::size_t size_of(Shape shape, Contract::ContractInformation const& information) {
     return shape == Shape::currencies ? information.currencies.size()
                                       : information.equity_like_underlyings.size();
-}
-
-MarketDataPerturbationItem make_perturbation(Contract::ContractInformation const& information,
-                                             Modeling::Quantity quantity, std::size_t i,
-                                             std::size_t j, double bump_bp) {
-    auto const item = [&](auto target, MarketDataShift::Kind kind) {
-        return MarketDataPerturbationItem(std::make_shared<decltype(target) const>(target), kind,
-                                          MarketDataShift::Unit::basis_point, bump_bp);
-    };
-    auto const& underlyings = information.equity_like_underlyings;
-    switch (quantity) {
-        using enum Modeling::Quantity;
-        case spot:
-            return item(Data::MarketDataSpotPerturbationItem(underlyings.at(i)),
-                        MarketDataShift::Kind::hybrid);
-        case volatility:
-            return item(Data::MarketDataVolatilityPerturbationItem(underlyings.at(i)),
-                        MarketDataShift::Kind::additive);
-        case correlation:
-            return item(
-                Data::MarketDataCorrelationPerturbationItem(underlyings.at(i), underlyings.at(j)),
-                MarketDataShift::Kind::additive);
-        case rate:
-            return item(Data::MarketDataYieldPerturbationItem(information.currencies.at(i)),
-                        MarketDataShift::Kind::additive);
-        case nothing:
-            break;
-    }
-    return {std::shared_ptr<Data::IMarketDataPerturbationItem const>(),
-            MarketDataShift::Kind::additive, MarketDataShift::Unit::none, 0.0};
 }
 
 /// The calibration of the bumped states of one pricing.
@@ -67,25 +38,10 @@ struct StateCalibration {
 
     [[nodiscard]] bool run() const { return helper.calibrate(date, currency, information); }
 
-    /// The perturbations of a state, in the order of its name.
-    [[nodiscard]] std::vector<MarketDataPerturbationItem> make_perturbations(
-        Greek const& greek, GreekSetting const& setting, Bump bump, std::size_t i,
-        std::size_t j) const {
-        auto const& [first, second] = Modeling::move_table.at(Modeling::index_of(bump));
-        std::vector<MarketDataPerturbationItem> items;
-        items.push_back(
-            make_perturbation(information, first.quantity, i, j, first.sign * setting.first_bp));
-        if (second.quantity != Modeling::Quantity::nothing)
-            items.push_back(make_perturbation(information, second.quantity,
-                                              greek.shape == Shape::pairs ? j : i, j,
-                                              second.sign * setting.second_bp));
-        return items;
-    }
-
     [[nodiscard]] bool run_state(Greek const& greek, GreekSetting const& setting, Bump bump,
                                  std::size_t i, std::size_t j) const {
         auto& scenario = Data::MarketDataScenario::s_get();
-        auto const items = make_perturbations(greek, setting, bump, i, j);
+        auto const items = make_perturbations(information, greek, setting, bump, i, j);
         helper.select(bump, i, j);
         scenario.push_back(items);
         if (!run()) return false;  // Relied on: a failure leaves the perturbations on the scenario
@@ -265,6 +221,10 @@ std::unique_ptr<Pricer> get_pricer() {
             return std::make_unique<MCPricer>();
         case PricingMethod::FINITE_DIFFERENCE:
             return std::make_unique<PDEPricer>();
+        case PricingMethod::AUTOMATIC_ADJOINT_DIFFERENTIATION:
+            return std::make_unique<MCAADPricer>();
+        case PricingMethod::STATIC_REPLICATION:
+            return std::make_unique<CFPricer>();
         default:
             return nullptr;
     }

@@ -373,5 +373,42 @@ TEST_F(OnAPath, APathAllocatesNothing) {
     }
 }
 
+TEST_F(OnAPath, AnAdjointPathAllocatesNothingOnceTheTapeHasGrown) {
+    using enum Toolbox::AAD::SweepType;
+    for (auto const type : {SmoothingType::NONE, SmoothingType::SYMETRIC, SmoothingType::UPPER}) {
+        smooth(type);
+        Encoder encoder;
+        int const a = encoder.spot("A", "2023-07-02");
+        int const u = encoder.spot("U", "2023-07-02", "EUR");
+        int const sorted = encoder.a(32, payload(1, a, u, encoder.number(100)));
+        int const setting = encoder.set("x", encoder.mul(sorted, encoder.number(0.001)));
+        int const payment = encoder.pay(
+            encoder.iff(encoder.greater(a, u), encoder.reference("x"), sorted), "2024-01-01");
+        int const inner = encoder.condition(encoder.above(u, 100), payment, setting, 2, 2);
+        int const outer =
+            encoder.condition(encoder.above(a, 100), encoder.both(setting, inner), payment, 2, 2);
+        auto const root = encoder.read(encoder.both(setting, encoder.both(outer, payment)));
+        exchange_rate("USDEUR", "USD", "EUR");
+        auto on = path(root);
+        on.set("A", "2023-07-02", 100.5).set("U", "2023-07-02", 99.5);
+        on.set("USDEUR", "2023-07-02", 1.0);
+        Toolbox::AAD::Tape tape;
+        Toolbox::Array1D<double> adjoints(on.flows.c_get_size());
+        auto const sweep = [&] {
+            for (bool const antithetic : {false, true}) {
+                on.variables.clear();
+                root->aeval(tape, FORWARD, antithetic, on.grid, on.variables, on.flows, adjoints);
+            }
+            for (bool const antithetic : {true, false})
+                root->aeval(tape, BACKWARD, antithetic, on.grid, on.variables, on.flows, adjoints);
+        };
+        sweep();
+        auto const before = c_allocations.load();
+        for (int trial = 0; trial < 10; ++trial) sweep();
+        EXPECT_EQ(c_allocations.load(), before);
+        EXPECT_TRUE(tape.c_is_empty());
+    }
+}
+
 }  // namespace
 }  // namespace ximCORE::Testing

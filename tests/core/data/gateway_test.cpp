@@ -76,6 +76,21 @@ TEST_F(GatewayTest, AsksALaterSourceOnlyForWhatTheEarlierOnesLeftOpen) {
     EXPECT_EQ(spot(b).c_get_val(), 50.0);
 }
 
+TEST_F(GatewayTest, TheSettingsOfAGatewayAreStoredAndNeverReadAFailedSourceIsNotAskedAgain) {
+    spot(share("A"));
+    add(first_journal);  // its `get_*` answer false
+    auto& flag = MarketDataGateway::s_success_on_spot_request_failure;
+    for (bool const value : {false, true}) {
+        flag = value;
+        MarketDataGateway::s_ntry = value ? 10 : 1;
+        first_journal.questions.clear();
+        EXPECT_TRUE(gateway.get_spots());
+        EXPECT_EQ(first_journal.questions, std::vector<std::string>{"2023-01-01 A"});
+    }
+    flag = false;
+    MarketDataGateway::s_ntry = 1;
+}
+
 TEST_F(GatewayTest, AsksForAllItemsOfAKindAtOnce) {
     auto const a = share("A");
     spot(a);

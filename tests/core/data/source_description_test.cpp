@@ -88,7 +88,8 @@ constexpr BadDescription bad_descriptions[] = {
     {R"({"Kind": "manual", "Data": null})", "Missing Data"},
     {R"({"Kind": "unheard of"})", "Missing Data"},
     {R"({"Kind": "MANUAL", "Data": []})", "Unknown kind MANUAL"},
-    {R"({"Kind": "yfinance", "Data": {}})", "Unknown kind yfinance"},
+    {R"({"Kind": "yFinance", "Data": {}})", "Unknown kind yFinance"},
+    {R"({"Kind": "yfinance"})", "Missing Data"},
     {R"({"Kind": "", "Data": {}})", "Unknown kind "},
 };
 

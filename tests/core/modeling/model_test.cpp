@@ -12,6 +12,7 @@
 #include "core/modeling/black_scholes_pde_helper.hpp"
 #include "core/modeling/black_scholes_term_structure_mc_helper.hpp"
 #include "core/modeling/black_scholes_term_structure_model.hpp"
+#include "core/modeling/dupire_local_volatility_mc_helper.hpp"
 #include "core/modeling/dupire_local_volatility_model.hpp"
 #include "support/market.hpp"
 
@@ -90,18 +91,19 @@ TEST_F(ModelTest, HestonAndUnknownNamesGiveNull) {
     EXPECT_EQ(get_model(today, static_cast<ModelName>(255)), nullptr);
 }
 
-TEST_F(ModelTest, OnlyTheBlackScholesModelsHaveASimulationHelper) {
+TEST_F(ModelTest, TheDefaultAndTheFreeModelHaveNoSimulationHelper) {
     auto const helper_of = [this](ModelName name) {
         return std::unique_ptr<Model>(get_model(today, name));
     };
     EXPECT_EQ(helper_of(ModelName::default_model)->safe_new_MC_helper(), nullptr);
-    EXPECT_EQ(helper_of(ModelName::dupire)->safe_new_MC_helper(), nullptr);
     EXPECT_EQ(helper_of(ModelName::free)->safe_new_MC_helper(), nullptr);
     auto const plain = helper_of(ModelName::black_scholes);
     EXPECT_NE(dynamic_cast<BlackScholesMCHelper*>(plain->safe_new_MC_helper()), nullptr);
     auto const term = helper_of(ModelName::black_scholes_term_structure);
     EXPECT_NE(dynamic_cast<BlackScholesTermStructureMCHelper*>(term->safe_new_MC_helper()),
               nullptr);
+    auto const local = helper_of(ModelName::dupire);
+    EXPECT_NE(dynamic_cast<DupireLocalVolatilityMCHelper*>(local->safe_new_MC_helper()), nullptr);
 }
 
 TEST_F(ModelTest, OnlyThePlainBlackScholesModelHasAFiniteDifferenceHelper) {

@@ -6,16 +6,23 @@
 #include <new>
 
 #include "core/pricing/contract_ladder.hpp"
+#include "core/pricing/mc_details.hpp"
 #include "support/pricing_test.hpp"
 
 namespace {
 
 std::atomic<bool> counting{false};
 std::atomic<std::uint64_t> allocations{0};
+std::atomic<std::uint64_t> bytes{0};  // asked for, whether given back or not
+
+void note(std::size_t size) noexcept {
+    if (!counting.load(std::memory_order_relaxed)) return;
+    allocations.fetch_add(1, std::memory_order_relaxed);
+    bytes.fetch_add(size, std::memory_order_relaxed);
+}
 
 void* try_allocate(std::size_t size) noexcept {
-    if (counting.load(std::memory_order_relaxed))
-        allocations.fetch_add(1, std::memory_order_relaxed);
+    note(size);
     return std::malloc(size == 0 ? 1 : size);
 }
 
@@ -40,6 +47,18 @@ void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
 }
 void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
     return try_allocate(size);
+}
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    note(size);
+    auto const step = static_cast<std::size_t>(alignment);
+    if (void* const memory = std::aligned_alloc(step, (size + step) / step * step)) return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory, std::align_val_t) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+    std::free(memory);
 }
 void operator delete(void* memory) noexcept {
     std::free(memory);
@@ -92,19 +111,36 @@ class AllocationTest : public PricingTest {
                         std::unique_ptr<IPricer> pricer = get_pricer()) {
         MCPricerOptions::s_options = {.trials = trials,
                                       .nb_threads = static_cast<std::uint8_t>(threads),
-                                      .antithetic_factor = 0.5};
-        auto const model = Modeling::get_model(today, Modeling::ModelName::black_scholes);
+                                      .antithetic_factor = 0.5,
+                                      .engine = chosen_engine};
+        auto const model = Modeling::get_model(today, model_name);
         EXPECT_TRUE(model->get_dependencies(priced));
-        allocations = 0;
+        allocations = bytes = 0;
         counting = true;
         bool const success = pricer->run(priced, model.get());
         counting = false;
         EXPECT_TRUE(success);
         return allocations;
     }
+
+    Modeling::ModelName model_name = Modeling::ModelName::black_scholes;
 };
 
-TEST_F(AllocationTest, ATrialAllocatesNothing) {
+class AllocationOfEachEngine : public OnEachEngine<AllocationTest> {
+ protected:
+    AllocationOfEachEngine() {
+        // which the block engine has not
+        PricerOptions::s_options.greeks.xvanna.activate =
+            chosen_engine == MCOptions::Engine::reference;
+    }
+    ~AllocationOfEachEngine() override {
+        EXPECT_EQ(MCPricerOptions::s_options.ran_in_blocks,
+                  chosen_engine == MCOptions::Engine::automatic);
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Engines, AllocationOfEachEngine, each_engine, engine_name);
+
+TEST_P(AllocationOfEachEngine, ATrialAllocatesNothing) {
     auto const priced = memory_coupon();
     std::ignore = count(*priced, 1, 1);  // what is made once, on the first use of the market
     for (int const threads : {1, 3}) {
@@ -114,7 +150,40 @@ TEST_F(AllocationTest, ATrialAllocatesNothing) {
     }
 }
 
-TEST_F(AllocationTest, ATrialOfALadderAllocatesNothing) {
+TEST_F(AllocationTest, ATrialUnderLocalVolatilityAllocatesNothing) {
+    model_name = Modeling::ModelName::dupire;
+    PricerOptions::s_options.greeks = {};
+    TreeBuilder tree;
+    int const average =
+        tree.binary(TreeBuilder::add, tree.fixing("A", half_year), tree.fixing("A", one_year));
+    auto const priced = contract(tree, tree.pay(tree.call(average, 200.0), one_year, "EUR"));
+    for (auto const method :
+         {PricingMethod::MONTE_CARLO, PricingMethod::AUTOMATIC_ADJOINT_DIFFERENTIATION}) {
+        PricerOptions::s_options.method = method;
+        std::ignore = count(*priced, 1, 1);
+        for (int const threads : {1, 3}) {
+            auto const few = count(*priced, 10, threads);
+            EXPECT_GT(few, 0U);
+            EXPECT_EQ(count(*priced, 100, threads), few) << threads;
+        }
+    }
+}
+
+TEST_P(AllocationOfEachEngine, ATrialByAdjointsAllocatesNothingOnceItsTapeHasGrown) {
+    auto const priced = memory_coupon();
+    PricerOptions::s_options.method = PricingMethod::AUTOMATIC_ADJOINT_DIFFERENTIATION;
+    for (auto const smoothing : {SmoothingType::SYMETRIC, SmoothingType::NONE}) {
+        PricerOptions::s_options.smoothing = smoothing;
+        std::ignore = count(*priced, 1, 1);
+        for (int const threads : {1, 3}) {
+            auto const few = count(*priced, 10, threads);
+            EXPECT_GT(few, 0U);
+            EXPECT_EQ(count(*priced, 1000, threads), few) << threads;
+        }
+    }
+}
+
+TEST_P(AllocationOfEachEngine, ATrialOfALadderAllocatesNothing) {
     PricerOptions::s_options.greeks = {};
     TreeBuilder tree;
     int const coupon =
@@ -135,6 +204,38 @@ TEST_F(AllocationTest, ATrialOfALadderAllocatesNothing) {
     for (int const threads : {1, 3}) {
         auto const few = count(*priced, 10, threads, ladder());
         EXPECT_EQ(count(*priced, 1000, threads, ladder()), few) << threads;
+    }
+}
+
+TEST_F(AllocationTest, TheBlockEngineStoresNoNormals) {
+    PricerOptions::s_options.greeks = {};
+    TreeBuilder tree;
+    int sum = tree.fixing("A", half_year);
+    Date date = half_year;
+    for (int month = 1; month < 24; ++month) {
+        date += 30;
+        Date const fixing(date);  // whose text is its own
+        sum = tree.binary(TreeBuilder::add, sum, tree.fixing(month % 2 == 0 ? "A" : "B", fixing));
+    }
+    auto const priced = contract(tree, tree.pay(tree.call(sum, 2160.0), Date(date), "EUR"));
+    for (int const threads : {1, 2}) {
+        std::ignore = count(*priced, 1'000'000, threads);
+        EXPECT_TRUE(MCPricerOptions::s_options.ran_in_blocks);
+        EXPECT_LT(bytes, std::uint64_t{8} << 20);  // the normals are 384 MB
+    }
+    chosen_engine = MCOptions::Engine::reference;
+    std::ignore = count(*priced, 1'000, 1);
+    EXPECT_FALSE(MCPricerOptions::s_options.ran_in_blocks);
+    EXPECT_GT(bytes, 1'000U * 48U * sizeof(double));
+}
+
+TEST_F(AllocationTest, ATrialWithDetailsAllocatesNothing) {
+    auto const priced = memory_coupon();
+    auto const details = [] { return std::make_unique<MCDetails>(); };
+    std::ignore = count(*priced, 1, 1, details());
+    for (int const threads : {1, 3}) {
+        auto const few = count(*priced, 10, threads, details());
+        EXPECT_EQ(count(*priced, 1000, threads, details()), few) << threads;
     }
 }
 

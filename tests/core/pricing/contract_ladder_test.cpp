@@ -92,11 +92,13 @@ TEST_F(ContractLadderTest, AStrikeLadderFollowsTheFormula) {
                     4.5 * price(i).standard_error);
 }
 
-class ContractLadderRoutes : public ContractLadderTest,
-                             public ::testing::WithParamInterface<std::tuple<bool, int>> {
+class ContractLadderRoutes
+    : public ContractLadderTest,
+      public ::testing::WithParamInterface<std::tuple<bool, int, MCOptions::Engine>> {
  protected:
     ContractLadderRoutes() {
-        auto const [with_greeks, threads] = GetParam();
+        auto const [with_greeks, threads, chosen] = GetParam();
+        chosen_engine = MCPricerOptions::s_options.engine = chosen;
         PricerOptions::s_options.greeks.delta.activate = with_greeks;
         MCPricerOptions::s_options.nb_threads = static_cast<std::uint8_t>(threads);
     }
@@ -205,11 +207,13 @@ TEST_P(ContractLadderRoutes, ASmoothedConditionIsPricedAsAlone) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, ContractLadderRoutes,
-                         ::testing::Combine(::testing::Bool(), ::testing::Values(1, 3)),
+                         ::testing::Combine(::testing::Bool(), ::testing::Values(1, 3),
+                                            each_engine),
                          [](auto const& parameter) {
                              return std::string(std::get<0>(parameter.param) ? "PointByPoint"
                                                                              : "OnePass") +
-                                    "On" + std::to_string(std::get<1>(parameter.param));
+                                    "On" + std::to_string(std::get<1>(parameter.param)) +
+                                    engine_name({std::get<2>(parameter.param), 0});
                          });
 
 TEST_F(ContractLadderTest, ThreadsChangeTheOrderOfSumsAlone) {

@@ -268,5 +268,67 @@ TEST_F(MCEngineTest, ASmoothedConditionPricesItsRamp) {
     }
 }
 
+/// A worker that reports something on each trial.
+class ReportingEngine final : public IMCPricer {
+ public:
+    bool throws{false};
+
+ protected:
+    class Worker final : public IMCThread {
+     public:
+        explicit Worker(bool throws) : m_throws(throws) {}
+        void _agregate_thread_results() override {}
+
+     protected:
+        bool _compute_price(std::uint64_t trial) override {
+            Toolbox::Log::s_log(Toolbox::Log::Level::ERROR, "trial ", trial);
+            if (m_throws && trial == 2) Toolbox::raise_segmentation_fault();
+            return true;
+        }
+
+     private:
+        bool m_throws;
+    };
+    std::unique_ptr<IMCThread> _new_thread() override { return std::make_unique<Worker>(throws); }
+};
+
+TEST_F(MCEngineTest, RecordsOfTheWorkersFollowEachOtherInTheirOrder) {
+    prepare(7);
+    for (int const threads : {1, 3}) {
+        Toolbox::Log::s_get().clear();
+        MCPricerOptions::s_options.nb_threads = static_cast<std::uint8_t>(threads);
+        ReportingEngine reporting;
+        ASSERT_TRUE(reporting.compute(*priced, model.get()));
+        EXPECT_THAT(errors(), testing::ElementsAre("trial 0", "trial 1", "trial 2", "trial 3",
+                                                   "trial 4", "trial 5", "trial 6"));
+    }
+}
+
+TEST_F(MCEngineTest, AWorkerKeepsItsFirstThousandRecords) {
+    prepare(3500);
+    for (std::size_t const threads : {1U, 3U}) {
+        Toolbox::Log::s_get().clear();
+        MCPricerOptions::s_options.nb_threads = static_cast<std::uint8_t>(threads);
+        ReportingEngine reporting;
+        ASSERT_TRUE(reporting.compute(*priced, model.get()));
+        EXPECT_EQ(errors().size(), threads * 1000);
+        EXPECT_EQ(errors().at(999), "trial 999");
+    }
+}
+
+TEST_F(MCEngineTest, RecordsBeforeAnExceptionAreKept) {
+    prepare(5);
+    ReportingEngine reporting;
+    reporting.throws = true;
+    bool raised = false;
+    try {
+        std::ignore = reporting.compute(*priced, model.get());
+    } catch (SegmentationFaultException const&) {
+        raised = true;
+    }
+    EXPECT_TRUE(raised);
+    EXPECT_THAT(errors(), testing::ElementsAre("trial 0", "trial 1", "trial 2"));
+}
+
 }  // namespace
 }  // namespace ximCORE::Pricing

@@ -15,7 +15,10 @@ class TermStructureTest : public ThreeShareTest {
     TermStructureTest() { central.volatilities.assign(3, 0.2); }
 };
 
-TEST_F(TermStructureTest, PriceAndGreeksAreThoseOfPlainLoops) {
+class TermStructurePricer : public OnEachEngine<TermStructureTest> {};
+INSTANTIATE_TEST_SUITE_P(Engines, TermStructurePricer, each_engine, engine_name);
+
+TEST_P(TermStructurePricer, PriceAndGreeksAreThoseOfPlainLoops) {
     auto const priced = basket();
     MCPricerOptions::s_options = {.trials = 100, .antithetic_factor = 0.5};
     activate_all(0, 0, 0);
@@ -56,7 +59,10 @@ class QuantoTest : public PricingTest {
     PlainSimulation plain;
 };
 
-TEST_F(QuantoTest, AQuantoCallIsThatOfPlainLoops) {
+class QuantoPricer : public OnEachEngine<QuantoTest> {};
+INSTANTIATE_TEST_SUITE_P(Engines, QuantoPricer, each_engine, engine_name);
+
+TEST_P(QuantoPricer, AQuantoCallIsThatOfPlainLoops) {
     TreeBuilder tree;
     auto const priced =
         contract(tree, tree.pay(tree.call(tree.fixing("Q", one_year), 105.0), one_year, "EUR"));
@@ -66,7 +72,7 @@ TEST_F(QuantoTest, AQuantoCallIsThatOfPlainLoops) {
                 IsNearRel(Testing::mean(expected), 1e-12));
 }
 
-TEST_F(QuantoTest, APaymentInTheCurrencyOfTheShareIsConvertedOnThePath) {
+TEST_P(QuantoPricer, APaymentInTheCurrencyOfTheShareIsConvertedOnThePath) {
     TreeBuilder tree;
     auto const priced =
         contract(tree, tree.pay(tree.call(tree.fixing("Q", one_year), 105.0), one_year, "USD"));

@@ -10,7 +10,13 @@ namespace {
 
 using ximTest::IsNearRel;
 
-TEST_F(OneShareTest, PriceIsThatOfPlainLoopsForAnyAntitheticWeight) {
+class OneSharePricer : public OnEachEngine<OneShareTest> {};
+INSTANTIATE_TEST_SUITE_P(Engines, OneSharePricer, each_engine, engine_name);
+
+class ThreeSharePricer : public OnEachEngine<ThreeShareTest> {};
+INSTANTIATE_TEST_SUITE_P(Engines, ThreeSharePricer, each_engine, engine_name);
+
+TEST_P(OneSharePricer, PriceIsThatOfPlainLoopsForAnyAntitheticWeight) {
     auto const priced = european_call();
     for (double const antithetic : {0.0, 0.3, 0.5, 1.0}) {
         MCPricerOptions::s_options.antithetic_factor = antithetic;
@@ -24,7 +30,7 @@ TEST_F(OneShareTest, PriceIsThatOfPlainLoopsForAnyAntitheticWeight) {
     }
 }
 
-TEST_F(OneShareTest, EveryGreekIsThatOfPlainLoopsInEachDirection) {
+TEST_P(OneSharePricer, EveryGreekIsThatOfPlainLoopsInEachDirection) {
     auto const priced = european_call();
     for (std::int32_t const direction : {-1, 0, 1})
         for (double const antithetic : {0.0, 0.3, 0.5}) {
@@ -38,7 +44,7 @@ TEST_F(OneShareTest, EveryGreekIsThatOfPlainLoopsInEachDirection) {
         }
 }
 
-TEST_F(ThreeShareTest, PriceIsThatOfPlainLoopsForAnyAntitheticWeight) {
+TEST_P(ThreeSharePricer, PriceIsThatOfPlainLoopsForAnyAntitheticWeight) {
     auto const priced = basket();
     for (double const antithetic : {0.0, 0.3, 0.5}) {
         MCPricerOptions::s_options.antithetic_factor = antithetic;
@@ -50,7 +56,7 @@ TEST_F(ThreeShareTest, PriceIsThatOfPlainLoopsForAnyAntitheticWeight) {
     }
 }
 
-TEST_F(ThreeShareTest, EveryGreekIsThatOfPlainLoopsInEachDirection) {
+TEST_P(ThreeSharePricer, EveryGreekIsThatOfPlainLoopsInEachDirection) {
     auto const priced = basket();
     for (std::int32_t const direction : {-1, 0, 1}) {
         SCOPED_TRACE("direction " + std::to_string(direction));
@@ -64,7 +70,7 @@ TEST_F(ThreeShareTest, EveryGreekIsThatOfPlainLoopsInEachDirection) {
     }
 }
 
-TEST_F(OneShareTest, TheReferenceTermOfADownVegaReadsTheDirectionOfDelta) {
+TEST_P(OneSharePricer, TheReferenceTermOfADownVegaReadsTheDirectionOfDelta) {
     auto const priced = european_call();
     MCPricerOptions::s_options.trials = 100;
     draw();
@@ -86,7 +92,7 @@ TEST_F(OneShareTest, TheReferenceTermOfADownVegaReadsTheDirectionOfDelta) {
                      (1.0 / c_bump) * (up - central_values), 1);
 }
 
-TEST_F(ThreeShareTest, ACrossVannaKeepsTheLastTrialOfEachThread) {
+TEST_P(ThreeSharePricer, ACrossVannaKeepsTheLastTrialOfEachThread) {
     auto const priced = basket();
     MCPricerOptions::s_options = {.trials = 100, .nb_threads = 3};
     activate_all(0, 0, 0);
@@ -98,7 +104,7 @@ TEST_F(ThreeShareTest, ACrossVannaKeepsTheLastTrialOfEachThread) {
     EXPECT_NEAR(cell.mean, (all[32] + all[65] + all[99]) / 3.0, 1e-12 * level / c_bump / c_bump);
 }
 
-TEST_F(ThreeShareTest, AnotherNumberOfThreadsChangesRoundingAlone) {
+TEST_P(ThreeSharePricer, AnotherNumberOfThreadsChangesRoundingAlone) {
     auto const priced = basket();
     MCPricerOptions::s_options = {.trials = 1000, .antithetic_factor = 0.5};
     auto& greeks = PricerOptions::s_options.greeks;
@@ -125,7 +131,7 @@ TEST_F(ThreeShareTest, AnotherNumberOfThreadsChangesRoundingAlone) {
     }
 }
 
-TEST_F(OneShareTest, WithFewerTrialsThanThreadsTheLastThreadRunsThemAll) {
+TEST_P(OneSharePricer, WithFewerTrialsThanThreadsTheLastThreadRunsThemAll) {
     auto const priced = european_call();
     MCPricerOptions::s_options.trials = 3;
     draw();
@@ -137,7 +143,7 @@ TEST_F(OneShareTest, WithFewerTrialsThanThreadsTheLastThreadRunsThemAll) {
     expect_statistic(pricer->c_get_results().price, central_values, 0);
 }
 
-TEST_F(OneShareTest, WithoutTrialsThePriceHasACountOfZero) {
+TEST_P(OneSharePricer, WithoutTrialsThePriceHasACountOfZero) {
     auto const priced = european_call();
     for (int const threads : {1, 2}) {
         MCPricerOptions::s_options = {.trials = 0,
@@ -148,7 +154,7 @@ TEST_F(OneShareTest, WithoutTrialsThePriceHasACountOfZero) {
     }
 }
 
-TEST_F(OneShareTest, AnotherSeedGivesAnotherPrice) {
+TEST_P(OneSharePricer, AnotherSeedGivesAnotherPrice) {
     auto const priced = european_call();
     auto const first = run(*priced);
     Modeling::MCHelper::s_seed = 19940523;
@@ -159,7 +165,7 @@ TEST_F(OneShareTest, AnotherSeedGivesAnotherPrice) {
                 IsNearRel(Testing::mean(central_values), 1e-12));
 }
 
-TEST_F(OneShareTest, AEuropeanCallAgreesWithTheClosedForm) {
+TEST_P(OneSharePricer, AEuropeanCallAgreesWithTheClosedForm) {
     auto const priced = european_call();
     MCPricerOptions::s_options = {.trials = 100000, .antithetic_factor = 0.5};
     auto const pricer = run(*priced);

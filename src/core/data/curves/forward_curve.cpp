@@ -132,6 +132,54 @@ bool ForwardCurve::eval(Toolbox::Date const& date, double& relative, double& abs
     return true;
 }
 
+bool ForwardCurve::c_aeval_relative(Toolbox::AAD::Tape& tape, bool reverse,
+                                    Toolbox::Date const& date, double& value, double& adjoint,
+                                    double* d_numerator, double* d_zero_coupon) const {
+    double numerator = 1.0;
+    double zero_coupon = 1.0;
+    if (!reverse) {
+        if (m_yield_curve != nullptr && m_internal != nullptr) {
+            numerator = m_internal->_eval_internal(date);
+            zero_coupon = m_yield_curve->eval_zero_coupon(date);
+        }
+        tape.dpush(numerator);
+        tape.dpush(zero_coupon);
+        value = numerator / zero_coupon;
+        return true;
+    }
+    tape.dpop(zero_coupon);
+    tape.dpop(numerator);
+    if (d_numerator != nullptr) *d_numerator += adjoint / zero_coupon;
+    if (d_zero_coupon != nullptr) *d_zero_coupon -= numerator / zero_coupon / zero_coupon * adjoint;
+    return true;
+}
+
+bool ForwardCurve::c_aeval_absolute(Toolbox::AAD::Tape& tape, bool reverse,
+                                    Toolbox::Date const& date, double& value, double& adjoint,
+                                    double& spot_adjoint, double* d_numerator,
+                                    double* d_zero_coupon) const {
+    using enum Toolbox::AAD::SweepType;
+    double spot = 0.0;
+    double relative = 0.0;
+    double relative_adjoint = 0.0;
+    if (!reverse) {
+        if (!_c_is_linked() || !m_spot->aeval(tape, FORWARD, spot, 0.0, spot_adjoint)) return false;
+        std::ignore = c_aeval_relative(tape, false, date, relative, relative_adjoint, nullptr,
+                                       nullptr);  // needs no spot, so it cannot fail
+        tape.dpush(spot);
+        tape.dpush(relative);
+        value = c_shift(spot * relative);
+        return true;
+    }
+    tape.dpop(relative);
+    tape.dpop(spot);
+    double const product_adjoint = adjoint * c_get_shift_slope();
+    relative_adjoint = product_adjoint * spot;
+    return c_aeval_relative(tape, true, date, relative, relative_adjoint, d_numerator,
+                            d_zero_coupon) &&
+           m_spot->aeval(tape, BACKWARD, spot, product_adjoint * relative, spot_adjoint);
+}
+
 bool ForwardCurve::_c_is_affected(MarketDataPerturbationItem const& item) const {
     return item.c_affects(PerturbationTarget::forward, m_underlying);
 }

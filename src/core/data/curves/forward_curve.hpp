@@ -9,6 +9,7 @@
 
 #include "core/data/item.hpp"
 #include "core/toolbox/date.hpp"
+#include "core/toolbox/tape.hpp"
 
 namespace ximCORE::Data {
 
@@ -99,6 +100,21 @@ class ForwardCurve final : public MarketDataPerturbableItem {
     /// Forward over spot and forward, both without the shifts of this item. Fails as eval_absolute
     /// does.
     [[nodiscard]] bool eval(Toolbox::Date const& date, double& relative, double& absolute);
+
+    /// Adjoint form of `eval_relative`, on the sweep that `reverse` tells. Forward: numerator and
+    /// zero coupon go on the tape, their quotient into `value`; always true. Reverse: adds to each
+    /// of the two derivatives that is not null what `adjoint`, that by the value, amounts to.
+    [[nodiscard]] bool c_aeval_relative(Toolbox::AAD::Tape& tape, bool reverse,
+                                        Toolbox::Date const& date, double& value, double& adjoint,
+                                        double* d_numerator, double* d_zero_coupon) const;
+    /// Adjoint form of `eval_absolute`. Forward: fails as `eval_absolute` does, with nothing on the
+    /// tape. Reverse: adds to `spot_adjoint`, per unit of relative spot move, and to the
+    /// derivatives by numerator and zero coupon that are not null. The scenario in force is that of
+    /// the forward sweep.
+    [[nodiscard]] bool c_aeval_absolute(Toolbox::AAD::Tape& tape, bool reverse,
+                                        Toolbox::Date const& date, double& value, double& adjoint,
+                                        double& spot_adjoint, double* d_numerator = nullptr,
+                                        double* d_zero_coupon = nullptr) const;
 
     [[nodiscard]] bool _c_is_affected(MarketDataPerturbationItem const& item) const override;
     void _build_internal() override;

@@ -22,4 +22,16 @@ bool BlackScholesVolatility::c_has_val(Level level) {
     return c_is_set();
 }
 
+bool BlackScholesVolatility::aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep,
+                                   double& value, double const& adjoint_in, double* adjoint_out) {
+    if (sweep == Toolbox::AAD::SweepType::FORWARD) {
+        if (!eval(value)) return false;
+        tape.dpush(value);
+    } else {
+        tape.dpop(value);
+        if (adjoint_out != nullptr) *adjoint_out += adjoint_in;
+    }
+    return true;
+}
+
 }  // namespace ximCORE::Data

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "core/data/quote.hpp"
+#include "core/toolbox/tape.hpp"
 
 namespace ximCORE::Data {
 
@@ -26,6 +27,11 @@ class BlackScholesVolatility final : public MarketDataQuote {
     /// The value through the shifts of this item. False, with `out` untouched, after an ERROR
     /// record.
     [[nodiscard]] bool eval(double& out) { return eval(out, Level::error); }
+    /// Adjoint form of it. Forward: as `eval`, and the value goes on the tape. Backward: takes the
+    /// value back and adds `adjoint_in`, the derivative by the value, to `*adjoint_out`, if there
+    /// is one: per unit of volatility.
+    [[nodiscard]] bool aeval(Toolbox::AAD::Tape& tape, Toolbox::AAD::SweepType sweep, double& value,
+                             double const& adjoint_in, double* adjoint_out);
 
  private:
     Underlying const* m_underlying;

@@ -1,0 +1,499 @@
+#include "core/pricing/block/engine.hpp"
+
+#include <algorithm>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <numeric>
+#include <thread>
+
+#include "core/modeling/mc_helper.hpp"
+#include "core/pricing/block/normals.hpp"
+#include "core/toolbox/containers.hpp"
+
+namespace ximCORE::Pricing::Block {
+
+namespace {
+
+/// Normals that a thread draws at a time, about: with their points they fit the second-level cache.
+constexpr std::size_t c_normals_per_chunk = 16'384;
+
+std::size_t trials_per_chunk(Plan const& plan) {
+    std::size_t const blocks =
+        c_normals_per_chunk / std::max<std::size_t>(plan.normals_per_trial * lanes, lanes);
+    return std::max<std::size_t>(blocks, 1) * lanes;
+}
+
+/// Points for a number of normals.
+std::size_t points_for(std::size_t nb_normals) {
+    return (nb_normals + 1) / 2;
+}
+
+/// The fixings of one underlying that a program reads.
+struct Reading {
+    std::vector<unsigned char> is_read;  ///< [fixing date], up to the last one read
+    std::vector<std::size_t> positions;  ///< the dates read
+    bool keeps_growth{false};            ///< a state takes the central growth with other forwards
+};
+
+/// How the levels of an underlying in a state come about.
+enum class Change : std::uint8_t { none, forward, path };
+
+Change change_of(State const& state, State const& central, std::size_t underlying) {
+    if (&state == &central) return Change::none;  // also where numbers are NaN
+    if (state.paths[underlying] != central.paths[underlying]) return Change::path;
+    return state.forwards[underlying] == central.forwards[underlying] ? Change::none
+                                                                      : Change::forward;
+}
+
+/// What no thread changes.
+struct Setting {
+    Setting(Program const& a_program, std::vector<State> const& a_states,
+            std::vector<Scenario> const& a_scenarios, Reduction const& a_reduction,
+            Plan const& a_plan)
+        : program(a_program),
+          states(a_states),
+          scenarios(a_scenarios),
+          reduction(a_reduction),
+          plan(a_plan),
+          readings(a_states[0].paths.size()),
+          constants(program.constants.size() * lanes) {
+        for (auto const& [fixing, underlying] : program.cells) {
+            auto& [is_read, positions, keeps] = readings.at(static_cast<std::size_t>(underlying));
+            auto const position = static_cast<std::size_t>(fixing);
+            if (is_read.size() <= position) is_read.resize(position + 1, 0);
+            is_read[position] = 1;
+            positions.push_back(position);
+            nb_dates = std::max(nb_dates, position + 1);
+        }
+        for (std::size_t i = 0; i < program.constants.size(); ++i)
+            std::fill_n(constants.column(i), lanes, program.constants[i]);
+        if (readings.empty()) return;
+        changes = Toolbox::Array2D<Change>(states.size(), readings.size());
+        for (std::size_t s = 0; s < states.size(); ++s)
+            for (std::size_t u = 0; u < readings.size(); ++u) {
+                Change const change = change_of(states[s], states[0], u);
+                changes.unsafe_get(s, u) = change;
+                if (change == Change::forward) readings[u].keeps_growth = keeps_growth = true;
+            }
+    }
+
+    Program const& program;
+    std::vector<State> const& states;
+    std::vector<Scenario> const& scenarios;
+    Reduction const& reduction;
+    Plan const& plan;
+    Kernels const& kernels = Block::kernels();
+    std::vector<Reading> readings;     ///< [underlying]
+    Toolbox::Array2D<Change> changes;  ///< [state][underlying]
+    bool keeps_growth{false};          ///< of any underlying
+    std::size_t nb_dates{0};           ///< up to the last one read
+    Buffer constants;
+};
+
+/// The sums of the way back along the paths, and the columns that it reads. Nothing in a program
+/// without adjoints.
+class Descents {
+ public:
+    explicit Descents(Setting const& setting);
+
+    /// Where a path stands that `add` takes back.
+    void set_columns(Program const& program, std::vector<double*> const& columns);
+    /// Adds the block of paths whose program has run.
+    void add(double const* normals, double sign);
+    /// The sums since the last call, [underlying][step][1 + loading], into `totals`.
+    void take(std::vector<double>& totals);
+    [[nodiscard]] std::size_t c_get_nb_sums() const { return m_sums.c_get_size() / sum_width; }
+
+ private:
+    struct Path {
+        std::size_t first;  ///< of its sums
+        std::vector<double const*> adjoints;
+        std::vector<double const*> levels;
+    };
+
+    Setting const* m_setting;
+    std::vector<Path> m_paths;
+    Buffer m_sums;
+};
+
+Descents::Descents(Setting const& setting) : m_setting(&setting) {
+    if (setting.program.cell_adjoints.empty()) return;
+    std::size_t size = 0;
+    for (std::size_t u = 0; u < setting.readings.size(); ++u) {
+        std::size_t const steps = setting.readings[u].is_read.size();
+        m_paths.push_back({size, std::vector<double const*>(steps, nullptr),
+                           std::vector<double const*>(steps, nullptr)});
+        size += steps * (1 + setting.states[0].paths[u].loadings.size()) * sum_width;
+    }
+    m_sums = Buffer(size);
+    std::fill_n(m_sums.get(), size, 0.0);
+}
+
+void Descents::set_columns(Program const& program, std::vector<double*> const& columns) {
+    for (std::size_t i = 0; i < program.cell_adjoints.size(); ++i) {
+        if (program.cell_adjoints[i] == Program::no_column) continue;
+        auto const date = static_cast<std::size_t>(program.cells[i].fixing_rank);
+        auto& path = m_paths[static_cast<std::size_t>(program.cells[i].underlying_rank)];
+        path.adjoints[date] = columns[program.cell_adjoints[i]];
+        path.levels[date] = columns[program.c_get_first_cell() + i];
+    }
+}
+
+void Descents::add(double const* normals, double sign) {
+    for (std::size_t u = 0; u < m_paths.size(); ++u) {
+        auto const& path = m_paths[u];
+        m_setting->kernels.descend(
+            {normals, m_setting->plan.nb_factors, m_setting->states[0].paths[u].loadings.size(),
+             sign, path.adjoints.data(), path.levels.data(), path.levels.size()},
+            m_sums.get() + path.first);
+    }
+}
+
+void Descents::take(std::vector<double>& totals) {
+    for (std::size_t i = 0; i < totals.size(); ++i) {
+        double const* const first = m_sums.get() + i * sum_width;
+        totals[i] = std::accumulate(first, first + sum_width, 0.0);
+    }
+    std::fill_n(m_sums.get(), m_sums.c_get_size(), 0.0);
+}
+
+/// What a chunk of trials, or all of them, come to.
+struct Totals {
+    std::vector<Observations> results;
+    std::vector<double> sums;  ///< of the descents
+
+    Totals& operator+=(Totals const& other) {
+        for (std::size_t i = 0; i < results.size(); ++i) results[i] += other.results[i];
+        std::ranges::transform(sums, other.sums, sums.begin(), std::plus());
+        return *this;
+    }
+};
+
+/// One thread's columns, and the way of a block through all scenarios.
+class Worker {
+ public:
+    explicit Worker(Setting& setting);
+
+    [[nodiscard]] double* get_x() { return m_x.get(); }
+    [[nodiscard]] double* get_y() { return m_y.get(); }
+    /// The results of `count` trials, whose points stand in x and y.
+    void work(std::size_t count);
+    [[nodiscard]] Totals const& c_get_totals() const { return m_totals; }
+
+ private:
+    using Columns = std::vector<double*>;
+
+    /// The first `count` paths of a block count.
+    void evaluate(double const* normals, std::size_t count);
+    void evaluate_side(double weight, double sign, std::size_t count);
+    /// Points the cells at the values of a state.
+    void move_to(std::size_t state, double sign);
+    /// The growth of an underlying in a state, or with `forwards` its levels.
+    void evolve(std::size_t state, std::size_t underlying, double sign, double const* forwards,
+                double* columns);
+    /// The levels of an underlying in a state, from its central growth.
+    void multiply(std::size_t state, std::size_t underlying, double* levels);
+    void set_inputs(Scenario const& scenario);
+    void set_seed(double seed, std::size_t count);
+    double* column_of(Buffer& buffer, std::size_t underlying) {
+        return buffer.column(underlying * m_setting->nb_dates);
+    }
+
+    Setting* m_setting;
+    Buffer m_x;
+    Buffer m_y;
+    Buffer m_paths;           ///< normals of a block as drawn, [path][step][factor]
+    Buffer m_normals;         ///< columns [step][factor]
+    Buffer m_central_levels;  ///< columns [underlying][fixing date]; likewise the two below
+    Buffer m_central_growth;
+    Buffer m_levels;  ///< of a state that differs
+    Buffer m_inputs;
+    Buffer m_registers;
+    Columns m_columns;  ///< of the program
+    std::vector<double> m_loadings;
+    Values m_values;
+    Descents m_descents;
+    Totals m_totals;
+};
+
+Worker::Worker(Setting& setting)
+    : m_setting(&setting),
+      m_x(points_for(trials_per_chunk(setting.plan) * setting.plan.normals_per_trial) +
+          PointSequence::s_slack),
+      m_y(m_x.c_get_size()),
+      m_paths(setting.plan.normals_per_trial * lanes + 2 * lanes),
+      m_normals(setting.nb_dates * setting.plan.nb_factors * lanes),
+      m_central_levels(setting.readings.size() * setting.nb_dates * lanes),
+      m_central_growth(setting.keeps_growth ? m_central_levels.c_get_size() : 0),
+      m_levels(setting.states.size() > 1 ? m_central_levels.c_get_size() : 0),
+      m_inputs(setting.program.inputs.size() * lanes),
+      m_registers(setting.program.nb_registers * lanes),
+      m_values(setting.scenarios.size()),
+      m_descents(setting),
+      m_totals{std::vector<Observations>(setting.reduction.c_get_nb_results()),
+               std::vector<double>(m_descents.c_get_nb_sums())} {
+    auto const& program = setting.program;
+    auto const append = [&](Buffer& buffer, std::size_t size) {
+        for (std::size_t i = 0; i < size; ++i) m_columns.push_back(buffer.column(i));
+    };
+    append(setting.constants, program.constants.size());
+    append(m_inputs, program.inputs.size());
+    m_columns.resize(program.c_get_first_register(), nullptr);
+    append(m_registers, program.nb_registers);
+    std::size_t factors = 1;
+    for (auto const& state : setting.states)
+        for (auto const& path : state.paths) factors = std::max(factors, path.loadings.size());
+    m_loadings.resize(factors);
+    std::fill_n(m_x.get(), m_x.c_get_size(), 0.5);  // whole vectors are read
+    std::fill_n(m_y.get(), m_y.c_get_size(), 0.5);
+}
+
+void Worker::work(std::size_t count) {
+    auto const& [plan, kernels] = std::tie(m_setting->plan, m_setting->kernels);
+    std::ranges::fill(m_totals.results, Observations());
+    for (std::size_t first = 0; first < count; first += lanes) {
+        std::size_t const here = std::min(lanes, count - first);
+        std::size_t const point = first * plan.normals_per_trial / 2;  // a whole number of points
+        std::size_t const normals = here * plan.normals_per_trial;
+        kernels.make_normals(m_x.get() + point, m_y.get() + point, points_for(normals),
+                             m_paths.get());
+        std::fill_n(m_paths.get() + normals, (lanes - here) * plan.normals_per_trial, 0.0);
+        evaluate(m_paths.c_get(), here);
+        m_setting->reduction.reduce(m_values, here, m_totals.results);
+    }
+    m_descents.take(m_totals.sums);
+}
+
+void Worker::evaluate(double const* normals, std::size_t count) {
+    auto const& plan = m_setting->plan;
+    m_setting->kernels.transpose(normals, plan.normals_per_trial,
+                                 m_setting->nb_dates * plan.nb_factors, m_normals.get());
+    for (std::size_t s = 0; s < m_setting->scenarios.size(); ++s)
+        std::fill_n(m_values.get(s), lanes, 0.0);
+    double const a = plan.antithetic_factor;
+    evaluate_side(1.0 - a, 1.0, count);
+    if (a > 0.0) evaluate_side(a, -1.0, count);
+}
+
+void Worker::evaluate_side(double weight, double sign, std::size_t count) {
+    auto const& [program, scenarios] = std::tie(m_setting->program, m_setting->scenarios);
+    auto const& kernels = m_setting->kernels;
+    for (std::size_t u = 0; u < m_setting->readings.size(); ++u) {
+        bool const keeps_growth = m_setting->readings[u].keeps_growth;
+        evolve(0, u, sign, keeps_growth ? nullptr : m_setting->states[0].forwards[u].data(),
+               column_of(keeps_growth ? m_central_growth : m_central_levels, u));
+        if (keeps_growth) multiply(0, u, column_of(m_central_levels, u));
+    }
+    auto const list = [&](std::vector<Instruction> const& instructions) {
+        return Listing{instructions.data(), program.operands.data(), m_columns.data()};
+    };
+    bool const with_adjoints = !program.cell_adjoints.empty();
+    if (with_adjoints) set_seed(weight / static_cast<double>(m_setting->plan.trials), count);
+    std::size_t state = m_setting->states.size();
+    for (std::size_t s = 0; s < scenarios.size(); ++s) {
+        set_inputs(scenarios[s]);
+        if (scenarios[s].state != state) {
+            state = scenarios[s].state;
+            move_to(state, sign);
+            kernels.run(list(program.prologue));
+        }
+        kernels.run(list(program.body));
+        double const* const value = m_columns[program.result];
+        double* const sum = m_values.get(s);
+        for (std::size_t lane = 0; lane < lanes; ++lane) sum[lane] += weight * value[lane];
+    }
+    if (!with_adjoints) return;
+    m_descents.set_columns(program, m_columns);
+    m_descents.add(m_normals.c_get(), sign);
+}
+
+void Worker::set_seed(double seed, std::size_t count) {
+    auto const& inputs = m_setting->program.inputs;
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        if (!inputs[i].c_is_seed()) continue;
+        std::fill_n(m_inputs.column(i), count, seed);
+        std::fill_n(m_inputs.column(i) + count, lanes - count, 0.0);
+    }
+}
+
+void Worker::move_to(std::size_t state, double sign) {
+    auto const& [program, states] = std::tie(m_setting->program, m_setting->states);
+    auto const& changes = m_setting->changes;
+    for (std::size_t u = 0; u < m_setting->readings.size(); ++u) {
+        Change const change = changes.get(state, u);
+        if (change == Change::none) continue;
+        double* const levels = column_of(m_levels, u);
+        if (change == Change::path)
+            evolve(state, u, sign, states[state].forwards[u].data(), levels);
+        if (change == Change::forward) multiply(state, u, levels);
+    }
+    for (std::size_t i = 0; i < program.cells.size(); ++i) {
+        auto const u = static_cast<std::size_t>(program.cells[i].underlying_rank);
+        auto const date = static_cast<std::size_t>(program.cells[i].fixing_rank);
+        bool const is_central = changes.get(state, u) == Change::none;
+        m_columns[program.c_get_first_cell() + i] =
+            column_of(is_central ? m_central_levels : m_levels, u) + date * lanes;
+    }
+}
+
+void Worker::evolve(std::size_t state, std::size_t underlying, double sign, double const* forwards,
+                    double* columns) {
+    auto const& path = m_setting->states[state].paths[underlying];
+    auto const& reading = m_setting->readings[underlying];
+    if (reading.is_read.empty()) return;
+    for (std::size_t j = 0; j < path.loadings.size(); ++j) m_loadings[j] = sign * path.loadings[j];
+    m_setting->kernels.evolve({m_normals.c_get(), m_setting->plan.nb_factors, m_loadings.data(),
+                               path.loadings.size(), path.diffusions.data(), path.drifts.data(),
+                               reading.is_read.data(), reading.is_read.size(), forwards},
+                              columns);
+}
+
+void Worker::multiply(std::size_t state, std::size_t underlying, double* levels) {
+    double const* const growth = column_of(m_central_growth, underlying);
+    auto const& forwards = m_setting->states[state].forwards[underlying];
+    for (std::size_t const date : m_setting->readings[underlying].positions)
+        m_setting->kernels.multiply(growth + date * lanes, forwards[date], levels + date * lanes);
+}
+
+void Worker::set_inputs(Scenario const& scenario) {
+    auto const& inputs = m_setting->program.inputs;
+    auto const& factors = m_setting->states[scenario.state].discount_factors;
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        if (inputs[i].c_is_seed()) continue;
+        double const value = inputs[i].place == nullptr
+                                 ? factors[static_cast<std::size_t>(inputs[i].payment_rank)]
+                                 : scenario.inputs[i];
+        std::fill_n(m_inputs.column(i), lanes, value);
+    }
+}
+
+/// Hands out chunks of trials and gathers their results, both in order.
+class Sequence {
+ public:
+    explicit Sequence(Setting& setting)
+        : m_setting(&setting),
+          m_points(setting.kernels, setting.plan.seed),
+          m_totals{std::vector<Observations>(setting.reduction.c_get_nb_results()),
+                   std::vector<double>(Descents(setting).c_get_nb_sums())} {}
+
+    /// Until no trial is left.
+    void serve(Worker& worker);
+    /// The same, on as many threads as the plan says.
+    void serve();
+    [[nodiscard]] Totals const& c_get_totals() const { return m_totals; }
+
+ private:
+    /// The trials of the next chunk, with their points; 0 at the end.
+    std::size_t draw(Worker& worker, std::uint64_t& chunk);
+    void add(Totals const& totals, std::uint64_t chunk);
+
+    Setting* m_setting;
+    std::mutex m_draw_lock;
+    PointSequence m_points;
+    std::uint64_t m_nb_drawn{0};  ///< trials
+    std::uint64_t m_next_chunk{0};
+    std::mutex m_add_lock;
+    std::condition_variable m_turn;
+    std::uint64_t m_nb_added{0};  ///< chunks
+    Totals m_totals;
+};
+
+std::size_t Sequence::draw(Worker& worker, std::uint64_t& chunk) {
+    std::lock_guard const lock(m_draw_lock);
+    auto const& plan = m_setting->plan;
+    std::uint64_t const left = plan.trials - m_nb_drawn;
+    auto const count =
+        static_cast<std::size_t>(std::min<std::uint64_t>(left, trials_per_chunk(plan)));
+    if (count == 0) return 0;
+    chunk = m_next_chunk++;
+    m_nb_drawn += count;
+    m_points.draw(points_for(count * plan.normals_per_trial), worker.get_x(), worker.get_y());
+    return count;
+}
+
+void Sequence::add(Totals const& totals, std::uint64_t chunk) {
+    std::unique_lock lock(m_add_lock);
+    m_turn.wait(lock, [&] { return m_nb_added == chunk; });
+    m_totals += totals;
+    ++m_nb_added;
+    m_turn.notify_all();
+}
+
+void Sequence::serve(Worker& worker) {
+    std::uint64_t chunk{};
+    while (std::size_t const count = draw(worker, chunk)) {
+        worker.work(count);
+        add(worker.c_get_totals(), chunk);
+    }
+}
+
+void Sequence::serve() {
+    std::size_t const nb_threads = m_setting->plan.nb_threads;
+    if (nb_threads <= 1) {
+        Worker worker(*m_setting);
+        serve(worker);
+        return;
+    }
+    std::vector<std::unique_ptr<Worker>> workers;
+    for (std::size_t i = 0; i < nb_threads; ++i)
+        workers.push_back(std::make_unique<Worker>(*m_setting));
+    std::vector<std::jthread> threads;
+    for (auto& worker : workers) threads.emplace_back([&] { serve(*worker); });
+}
+
+}  // namespace
+
+bool State::read(Modeling::MCHelper const& helper) {
+    auto const& calibration = helper.c_get_current();
+    paths.resize(helper.c_get_nb_underlyings());
+    forwards.resize(paths.size());
+    for (std::size_t u = 0; u < paths.size(); ++u) {
+        auto& path = paths[u];
+        if (!helper.c_get_lognormal_steps(u, path.diffusions, path.drifts)) return false;
+        std::uint64_t const factor = helper._c_get_equity_like_index(u);
+        path.loadings.clear();
+        for (std::uint64_t j = 0; j <= factor; ++j)
+            path.loadings.push_back(helper.c_get_cholesky().get(factor, j));
+        forwards[u].clear();
+        for (std::size_t k = 0; k < helper.c_get_nb_fixing_dates(); ++k)
+            forwards[u].push_back(calibration.forwards.get(u, k));
+    }
+    auto const& factors = helper.c_get_discount_factors();
+    discount_factors.assign(factors.begin(), factors.end());
+    return true;
+}
+
+std::vector<Observations> run(Program const& program, std::vector<State> const& states,
+                              std::vector<Scenario> const& scenarios, Reduction const& reduction,
+                              Plan const& plan) {
+    Setting setting(program, states, scenarios, reduction, plan);
+    Sequence sequence(setting);
+    sequence.serve();
+    return sequence.c_get_totals().results;
+}
+
+Gradient differentiate(Program const& program, State const& state, Reduction const& reduction,
+                       Plan const& plan) {
+    std::vector<State> const states{state};
+    std::vector<Scenario> const scenarios(1);
+    Setting setting(program, states, scenarios, reduction, plan);
+    Sequence sequence(setting);
+    sequence.serve();
+    auto const& [results, sums] = sequence.c_get_totals();
+    Gradient gradient{results[0], std::vector<Gradient::Path>(state.paths.size())};
+    if (sums.empty()) return gradient;
+    auto sum = sums.begin();
+    for (std::size_t u = 0; u < state.paths.size(); ++u) {
+        auto& [levels, normals] = gradient.paths[u];
+        auto const nb_loadings = static_cast<std::ptrdiff_t>(state.paths[u].loadings.size());
+        for (std::size_t k = 0; k < setting.readings[u].is_read.size(); ++k) {
+            levels.push_back(*sum++);
+            normals.insert(normals.end(), sum, sum + nb_loadings);
+            sum += nb_loadings;
+        }
+    }
+    return gradient;
+}
+
+}  // namespace ximCORE::Pricing::Block
