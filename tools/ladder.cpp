@@ -1,23 +1,12 @@
 #include "ladder.hpp"
 
 #include <array>
-#include <cmath>
 #include <ostream>
 #include <utility>
-
-#include "table.hpp"
 
 namespace xim {
 
 namespace {
-
-double value_of(Json::Value const& json) {
-    return json.isNumeric() ? json.asDouble() : std::nan("");
-}
-
-Estimate read_estimate(Json::Value const& json) {
-    return {value_of(json["Mean"]), value_of(json["Lower"]), value_of(json["Upper"])};
-}
 
 /// How a shift reads in front of its value.
 std::string verb_of(std::string const& kind) {

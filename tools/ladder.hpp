@@ -8,14 +8,9 @@
 #include <string>
 #include <vector>
 
-namespace xim {
+#include "table.hpp"
 
-/// Not a number where the answer has none.
-struct Estimate {
-    double mean;
-    double lower;
-    double upper;
-};
+namespace xim {
 
 /// The values that one name takes.
 struct Axis {

@@ -39,8 +39,16 @@ bool Table::is_number_column(std::size_t column) const {
                        [column](auto const& row) { return is_number(row[column]); });
 }
 
+double value_of(Json::Value const& json) {
+    return json.isNumeric() ? json.asDouble() : std::nan("");
+}
+
+Estimate read_estimate(Json::Value const& json) {
+    return {value_of(json["Mean"]), value_of(json["Lower"]), value_of(json["Upper"])};
+}
+
 std::string number(Json::Value const& value) {
-    return number(value.isNumeric() ? value.asDouble() : std::nan(""));
+    return number(value_of(value));
 }
 
 std::string number(double value) {

@@ -24,6 +24,18 @@ class Table {
     std::vector<std::vector<std::string>> m_rows;
 };
 
+/// An estimated value with its confidence bounds; not a number where the answer has none.
+struct Estimate {
+    double mean;
+    double lower;
+    double upper;
+};
+
+Estimate read_estimate(Json::Value const& json);
+
+/// Not a number for anything but a number.
+double value_of(Json::Value const& json);
+
 /// Seven digits; "nan" for anything but a number.
 std::string number(Json::Value const& value);
 std::string number(double value);

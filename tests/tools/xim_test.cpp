@@ -2,45 +2,21 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <array>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 
+#include "tools/run_xim.hpp"
+
 namespace {
+
+using namespace xim::testing;
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
-
-struct Outcome {
-    int status{};
-    std::string out;
-    std::string err;
-};
-
-std::string read(std::string const& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-/// `environment`: settings in front of the command.
-Outcome run_xim(std::string const& words, std::string const& environment = "") {
-    std::string const base = ::testing::TempDir() + "xim_" +
-                             ::testing::UnitTest::GetInstance()->current_test_info()->name();
-    std::string const command = "cd " XIM_ROOT " && " + environment + " " XIM_PROGRAM " " + words +
-                                " >" + base + ".out 2>" + base + ".err </dev/null";
-    int const status = std::system(command.c_str());
-    Outcome outcome{
-        .status = WEXITSTATUS(status), .out = read(base + ".out"), .err = read(base + ".err")};
-    std::remove((base + ".out").c_str());
-    std::remove((base + ".err").c_str());
-    return outcome;
-}
 
 /// A request with another script, in a file that is removed at the end of the test.
 class RequestFile {
@@ -73,6 +49,30 @@ TEST(Xim, PricesForAPerson) {
     EXPECT_THAT(outcome.out, HasSubstr("Delta  ^GSPC"));
     EXPECT_THAT(outcome.out, HasSubstr("Vega   ^GSPC"));
     EXPECT_THAT(outcome.err, HasSubstr("WARNING: By not providing data sources"));
+}
+
+TEST(Xim, SaysWhichEngineRanWhereOneIsAskedFor) {
+    std::string const price = "price examples/european_call.json --trials 1000";
+    Outcome const usual = run_xim(price);
+    Outcome const block = run_xim(price + " --engine block");
+    Outcome const reference = run_xim(price + " --engine reference");
+    EXPECT_EQ(block.out, usual.out + "Engine           block\n");
+    EXPECT_EQ(reference.out, usual.out + "Engine           reference\n");
+    EXPECT_EQ(reference.err, usual.err);
+    Outcome const ladder = run_xim("ladder examples/ladder_spot.json --trials 10 --engine block");
+    EXPECT_THAT(ladder.out, ::testing::EndsWith("Engine           block\n"));
+}
+
+TEST(Xim, AModelThatIsNotLognormalRunsOnTheReferenceEngine) {
+    Outcome const outcome =
+        run_xim("price examples/local_volatility.json --trials 10 --engine block");
+    EXPECT_THAT(outcome.out, ::testing::EndsWith("Engine           reference\n"));
+}
+
+TEST(Xim, RefusesAnUnknownEngine) {
+    Outcome const outcome = run_xim("price examples/european_call.json --engine fast");
+    EXPECT_NE(outcome.status, 0);
+    EXPECT_THAT(outcome.err, HasSubstr("--engine"));
 }
 
 TEST(Xim, PrintsTheAnswerOfARoute) {

@@ -15,8 +15,8 @@ void map(double const* x, std::size_t count, double* y) {
 }
 
 constexpr Kernels make_kernels(std::string_view name) {
-    return {name,     draw_points, make_normals, transpose,         evolve,
-            multiply, descend,     run,         observe,      map<exponential>, map<logarithm>};
+    return {name,    draw_points, make_normals, transpose,        evolve,        multiply,
+            descend, run,         observe,      map<exponential>, map<logarithm>};
 }
 
 }  // namespace

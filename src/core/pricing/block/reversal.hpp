@@ -29,7 +29,7 @@ class StepWriter {
     virtual Slot constant(double value) = 0;
     /// Nothing for a slot that is none.
     [[nodiscard]] virtual std::optional<double> find_constant(Slot slot) const = 0;
-    /// The result of a step, taken before or now; constants are folded by the caller.
+    /// The result of a step, taken before or now.
     virtual Slot step(Code code, std::array<std::uint32_t, 4> operands) = 0;
     /// A list of operands for one step; answers its place.
     virtual std::uint32_t list(std::span<Slot const> operands) = 0;
