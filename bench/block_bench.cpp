@@ -1,5 +1,5 @@
 // The simulation in blocks of paths against the reference engine, path by path, in one run: whole
-// "/GetPrice" and "/GetLadder" calls. XIM_INSTRUCTION_SET=AVX2 (or portable) measures the loops of
+// "/GetPrice" calls. XIM_INSTRUCTION_SET=AVX2 (or portable) measures the loops of
 // other processors.
 
 #include <benchmark/benchmark.h>
@@ -14,9 +14,10 @@ using ximAPI::SimulationEngine;
 
 constexpr std::uint64_t c_many = 1'000'000;
 
-/// 20 observations of the worst of three performances: redeemed with a coupon at the first one
-/// above the start, else with the final performance.
+/// 20 observations of the worst of three shares of one currency: redeemed with a coupon at the
+/// first one above the start, else with the final performance.
 std::string autocall_script() {
+    constexpr std::array<char const*, 3> shares{"ALPHA", "BETA", "GAMMA"};
     std::string script;
     std::string worst;
     std::string last;
@@ -27,13 +28,23 @@ std::string autocall_script() {
         for (std::size_t u = 0; u < 3; ++u) {
             std::ostringstream performance;
             performance.precision(9);
-            performance << "Spot(" << c_tickers[u] << "," << last << ")/" << c_market.spots[u];
+            performance << "Spot(" << shares[u] << "," << last << ")/" << test_market.spots[u];
             worst = u == 0 ? performance.str() : "Min(" + worst + "," + performance.str() + ")";
         }
         script += "If(" + worst + ">1)(Pay(" + std::to_string(100 + k) + "," + last + ",EUR),";
     }
     script += "Pay(100*Min(1," + worst + ")," + last + ",EUR)";
     return script + std::string(dates, ')');
+}
+
+/// The same market as that of the plain loops.
+Json::Value autocall_request(std::uint64_t trials) {
+    auto request = make_request(autocall_script(), false, trials, 1);
+    auto& data = request["DataConfiguration"];
+    data["WithoutLogin"] = true;
+    data["Sources"][0]["File"] = XIM_ROOT "/bench/three_equities.json";
+    data["Sources"][0]["IsActivated"] = true;
+    return request;
 }
 
 Json::Value with_delta_and_vega(Json::Value request) {
@@ -91,8 +102,6 @@ void peak_memory(benchmark::State& state) {
     state.counters["megabytes_above_base"] = peak_megabytes() - base;
 }
 
-std::string const c_autocall = autocall_script();
-
 // first: the peak of the process only grows
 BENCHMARK(peak_memory)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(against_reference, european,
@@ -102,21 +111,21 @@ BENCHMARK_CAPTURE(against_reference, european,
 BENCHMARK_CAPTURE(against_reference, asian, make_request(make_script(asian), false, c_many, 1))
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(against_reference, autocall, make_request(c_autocall, false, c_many / 4, 1))
+BENCHMARK_CAPTURE(against_reference, autocall, autocall_request(c_many / 4))
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(against_other, autocall_delta_vega,
-                  with_delta_and_vega(make_request(c_autocall, false, c_many / 4, 1)),
-                  make_request(c_autocall, false, c_many / 4, 1), "prices")
+                  with_delta_and_vega(autocall_request(c_many / 4)), autocall_request(c_many / 4),
+                  "prices")
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(against_other, autocall_delta_vega_by_adjoints,
-                  by_adjoints(with_delta_and_vega(make_request(c_autocall, false, c_many / 4, 1))),
-                  make_request(c_autocall, false, c_many / 4, 1), "prices")
+                  by_adjoints(with_delta_and_vega(autocall_request(c_many / 4))),
+                  autocall_request(c_many / 4), "prices")
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(against_reference, autocall_by_adjoints,
-                  by_adjoints(with_delta_and_vega(make_request(c_autocall, false, c_many / 4, 1))))
+                  by_adjoints(with_delta_and_vega(autocall_request(c_many / 4))))
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(against_other, asian_two_threads,

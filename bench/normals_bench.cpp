@@ -1,5 +1,5 @@
-// Standard normals per second: the blocks of the cube against the standard library drawing one by
-// one, both with their store.
+// Standard normals per second: the blocks of the cube, and the vectors of the block engine, against
+// the standard library drawing one by one.
 
 #include <benchmark/benchmark.h>
 
@@ -8,6 +8,7 @@
 
 #include "baseline.hpp"
 #include "core/modeling/cube.hpp"
+#include "core/pricing/block/normals.hpp"
 
 namespace {
 
@@ -38,6 +39,42 @@ void fill_cube(benchmark::State& state) {
     state.counters["ratio_to_standard"] = ours.c_get() / standard.c_get();
 }
 
+/// As the block engine consumes them: a piece at a time, none stored.
+void vectors(benchmark::State& state) {
+    namespace Block = ximCORE::Pricing::Block;
+    constexpr std::size_t piece = 4096;  // points, two normals each
+    auto const nb_pieces = static_cast<std::size_t>(state.range(0)) / (2 * piece);
+    auto const& kernels = Block::kernels();
+    Block::Buffer x(piece + Block::PointSequence::s_slack);
+    Block::Buffer y(piece + Block::PointSequence::s_slack);
+    Block::Buffer normals(2 * piece + 2 * Block::lanes);
+    Best ours;
+    Best standard;
+    for (auto _ : state) {
+        double const time = seconds([&] {
+            Block::PointSequence points(kernels, 23051994);
+            for (std::size_t i = 0; i < nb_pieces; ++i) {
+                points.draw(piece, x.get(), y.get());
+                kernels.make_normals(x.c_get(), y.c_get(), piece, normals.get());
+                benchmark::DoNotOptimize(normals.get());
+            }
+        });
+        ours.add(time);
+        state.SetIterationTime(time);
+        standard.add(seconds([&] {
+            std::mt19937_64 generator(23051994);
+            std::normal_distribution<double> normal;
+            double sum = 0.0;
+            for (std::size_t i = 0; i < nb_pieces * 2 * piece; ++i) sum += normal(generator);
+            benchmark::DoNotOptimize(sum);
+        }));
+    }
+    auto const count = static_cast<double>(nb_pieces * 2 * piece);
+    state.counters["normals_per_second"] = count / ours.c_get();
+    state.counters["times_faster_than_standard"] = standard.c_get() / ours.c_get();
+}
+
+BENCHMARK(vectors)->Arg(5'000'000)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(fill_cube)->Arg(10'000)->Arg(5'000'000)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace

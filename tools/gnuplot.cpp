@@ -4,8 +4,11 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <iomanip>
 #include <sstream>
+#include <system_error>
 
 namespace xim {
 
@@ -22,6 +25,14 @@ bool ends_with(std::string const& text, std::string const& end) {
 
 bool is_picture(std::string const& file) {
     return ends_with(file, ".svg") || ends_with(file, ".png");
+}
+
+bool can_write(std::string const& file) {
+    std::error_code none;
+    bool const is_new = !std::filesystem::exists(file, none);
+    bool const writable = std::ofstream(file, std::ios::app).is_open();
+    if (is_new && writable) std::filesystem::remove(file, none);
+    return writable;
 }
 
 std::string quoted(std::string const& text) {

@@ -11,6 +11,10 @@ namespace xim {
 /// Whether a file name ends in .svg or .png, the two kinds of picture.
 bool is_picture(std::string const& file);
 
+/// Whether a file can be written: gnuplot would draw onto the terminal instead. Leaves the file as
+/// it is, and no file where there was none.
+bool can_write(std::string const& file);
+
 /// A text as a gnuplot string. Line ends, which would end the command, become blanks.
 std::string quoted(std::string const& text);
 

@@ -31,6 +31,7 @@
 #include "gnuplot.hpp"
 #include "ladder.hpp"
 #include "plot.hpp"
+#include "remarks.hpp"
 #include "replication.hpp"
 #include "report.hpp"
 #include "smile.hpp"
@@ -47,12 +48,17 @@ int print_route(std::string const& path, std::string const& request) {
     return answer.success ? 0 : 1;
 }
 
+void report_lines(std::vector<std::string> const& lines) {
+    for (std::string const& line : lines) std::cerr << "WARNING: " << line << '\n';
+}
+
 /// The answer of a route. Nothing if it failed; what went wrong goes to the standard error.
 std::optional<Json::Value> answer_of(std::string const& path, Json::Value const& request) {
     xim::Answer answer = xim::run(path, Json::writeString(Json::StreamWriterBuilder(), request));
     xim::report_log(answer.document, std::cerr);
     xim::report_script(request, std::cerr);
     if (!answer.success) {
+        report_lines(xim::find_gaps(request, path));
         std::cerr << "The request failed.\n";
         return std::nullopt;
     }
@@ -64,6 +70,16 @@ int report_route(std::string const& path, Json::Value const& request, Reporter c
     auto const answer = answer_of(path, request);
     if (!answer) return 1;
     report(*answer, std::cout);
+    return 0;
+}
+
+/// A price that is no number, and one of 0 from a grid without levels, have a reason in the
+/// request.
+int run_price(Json::Value const& request) {
+    auto const answer = answer_of("/GetPrice", request);
+    if (!answer) return 1;
+    report_lines(xim::find_gaps(request, "/GetPrice"));
+    xim::report_price(*answer, std::cout);
     return 0;
 }
 
@@ -135,6 +151,7 @@ int run_details(Json::Value request, std::string const& plot_file) {
     auto const answer = answer_of("/GetMCPriceWithDetails", request);
     if (!answer) return 1;
     if (!xim::has_details(*answer)) {
+        report_lines(xim::find_gaps(request, "/GetMCPriceWithDetails"));
         std::cerr << "The simulation gave no result.\n";
         return 1;
     }
@@ -193,6 +210,7 @@ int run_diffusion(Json::Value request, std::int32_t nb_paths, std::string const&
             xim::run("/GetModelDiffusion", Json::writeString(Json::StreamWriterBuilder(), request));
         if (k == 0 || !answer.success) xim::report_log(answer.document, std::cerr);
         if (!answer.success) {
+            report_lines(xim::find_gaps(request, "/GetModelDiffusion"));
             std::cerr << "Path " << *first + k << " failed.\n";
             return 1;
         }
@@ -255,9 +273,7 @@ std::vector<Command> add_pricing_commands(CLI::App& app, Words& words) {
     std::vector<Command> commands{
         add_printed(app, words, "price", "Price, confidence interval, standard error and greeks",
                     [&](auto const& request) {
-                        return with_engine(words.engine, [&] {
-                            return report_route("/GetPrice", request, xim::report_price);
-                        });
+                        return with_engine(words.engine, [&] { return run_price(request); });
                     }),
         add_printed(app, words, "contract", "Script, underlyings, fixings and events of a contract",
                     [](auto const& request) {
@@ -321,7 +337,7 @@ std::vector<Command> add_analysis_commands(CLI::App& app, Words& words) {
                                                 "the request's");
     app.get_subcommand("diffuse")
         ->add_option("--paths", words.nb_paths, "number of paths")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(1, std::numeric_limits<std::int32_t>::max()));
     return commands;
 }
 
@@ -371,9 +387,16 @@ int main(int count, char** arguments) {
                   << '\n';
         return 2;
     }
+    if (!words.plot_file.empty() && !xim::can_write(words.plot_file)) {
+        std::cerr << "Cannot write " << words.plot_file << '\n';
+        return 2;
+    }
     return with_request(words.file, [&](std::string const& text) {
         for (auto const& [command, work] : commands) {
-            if (command->parsed()) return work(xim::prepare(text, words.overrides));
+            if (!command->parsed()) continue;
+            Json::Value const request = xim::prepare(text, words.overrides);
+            report_lines(xim::find_remarks(request));
+            return work(request);
         }
         return run_route(text, words);
     });

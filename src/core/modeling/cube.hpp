@@ -1,6 +1,6 @@
-// All random numbers of a simulation, drawn up front on one thread: every bumped state and every
-// thread reads the same ones, so that a result depends on the number of threads only through the
-// order of sums.
+// All random numbers of a simulation, drawn on one thread before the first path: every bumped state
+// and every thread reads the same ones, so that a result depends on the number of threads only
+// through the order of sums. Where paths run in blocks, nobody asks for them and nothing is drawn.
 
 #pragma once
 

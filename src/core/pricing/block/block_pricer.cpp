@@ -32,11 +32,12 @@ struct Column {
         for (std::size_t i = 0; i < lanes; ++i) values[i] += other.values[i];
         return *this;
     }
-    friend Column operator-(Column left, Column const& right) { return left -= right; }
-    friend Column operator+(Column left, Column const& right) { return left += right; }
-    friend Column operator*(double scale, Column column) {
-        for (double& value : column.values) value *= scale;
-        return column;
+    Column operator-(Column const& other) const { return Column(*this) -= other; }
+    Column operator+(Column const& other) const { return Column(*this) += other; }
+    friend Column operator*(double scale, Column const& column) {
+        Column scaled = column;
+        for (double& value : scaled.values) value *= scale;
+        return scaled;
     }
 };
 
@@ -137,10 +138,10 @@ std::optional<Plan> make_plan(Modeling::MCHelper const& helper) {
         helper.c_get_time_steps().size() != helper.c_get_nb_fixing_dates())
         return std::nullopt;
     std::uint64_t const per_trial = normals->c_get_steps() * normals->c_get_factors();
-    if (per_trial > 0 && options.trials > c_max_normals / per_trial) throw std::bad_alloc();
-    return Plan{normals->c_get_seed(),        options.trials,
-                per_trial,                    normals->c_get_factors(),
-                options.antithetic_factor,    options.nb_threads};
+    if (options.trials > c_max_normals / std::max<std::uint64_t>(per_trial, 1))
+        throw std::bad_alloc();
+    return Plan{normals->c_get_seed(),     options.trials,    per_trial, normals->c_get_factors(),
+                options.antithetic_factor, options.nb_threads};
 }
 
 /// Whether a path writes every cell that the program reads.
@@ -154,12 +155,10 @@ bool are_written(Program const& program, Modeling::MCHelper& helper) {
 }
 
 /// The program for the states; nothing where this engine does not run.
-std::optional<Program> make_program(Contract::Contract const& contract,
-                                    Modeling::MCHelper& helper, std::vector<State> const& states,
-                                    CompilerSettings settings) {
+std::optional<Program> make_program(Contract::Contract const& contract, Modeling::MCHelper& helper,
+                                    std::vector<State> const& states, CompilerSettings settings) {
     auto const& central = states[0].discount_factors;
-    if (std::ranges::all_of(states,
-                            [&](State const& s) { return s.discount_factors == central; }))
+    if (std::ranges::all_of(states, [&](State const& s) { return s.discount_factors == central; }))
         settings.discount_factors = central;
     auto const& cashflow = contract.get_current();
     if (cashflow == nullptr) return std::nullopt;
@@ -213,8 +212,10 @@ bool price(Contract::Contract const& contract, Modeling::MCHelper& helper,
     std::vector<double const*> places;
     for (auto const& [name, feature] : features)
         places.insert(places.end(), feature.places.begin(), feature.places.end());
-    auto const program = make_program(
-        contract, helper, states, {.discount_factors = {}, .inputs = places, .with_prologue = true});
+    std::ranges::sort(places);
+    auto const program =
+        make_program(contract, helper, states,
+                     {.discount_factors = {}, .inputs = places, .with_prologue = true});
     if (!program) return false;
     std::vector<Scenario> scenarios;
     for (auto const& point : points) {

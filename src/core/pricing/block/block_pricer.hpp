@@ -1,5 +1,5 @@
-// The engine of `MCPricer`, of `MCAADPricer` and of the one-pass contract ladder, where contract and
-// model allow.
+// The engine of `MCPricer`, of `MCAADPricer` and of the one-pass contract ladder, where contract
+// and model allow.
 
 #pragma once
 

@@ -60,22 +60,38 @@ struct Value {
 /// The operands of an instruction that are columns.
 void for_each_operand(Instruction& i, std::vector<std::uint32_t>& lists, auto&& visit) {
     switch (i.code) {
-        case Code::end: return;
-        case Code::skip: visit(i.a); return;
-        case Code::copy: visit(i.a); return;
-        case Code::add_to: visit(i.a); return;
+        case Code::end:
+            return;
+        case Code::skip:
+        case Code::copy:
+        case Code::add_to:
+            visit(i.a);
+            return;
         case Code::put:
         case Code::add_where:
-        case Code::except: visit(i.a); visit(i.b); return;
-        case Code::choose: visit(i.a); visit(i.b); visit(i.c); return;
-        case Code::mix: visit(i.a); visit(i.b); visit(i.c); visit(i.d); return;
+        case Code::except:
+            visit(i.a);
+            visit(i.b);
+            return;
+        case Code::choose:
+            visit(i.a);
+            visit(i.b);
+            visit(i.c);
+            return;
+        case Code::mix:
+            visit(i.a);
+            visit(i.b);
+            visit(i.c);
+            visit(i.d);
+            return;
         case Code::sort:
             for (std::uint32_t k = 0; k < i.b; ++k) visit(lists[i.a + k]);
             return;
         case Code::sort_back:
             for (std::uint32_t k = 0; k < i.b + 2; ++k) visit(lists[i.a + k]);
             return;
-        case Code::first_operator: break;
+        case Code::first_operator:
+            break;
     }
     visit(i.a);
     visit(i.b);  // the operand again, where there is only one
@@ -132,6 +148,8 @@ class Compiler final : public Contract::Emitter {
     /// Steps that give the adjoints of all cells, at the end of the main part.
     void append_adjoints();
     void drop_unread(std::vector<Instruction>& all);
+    std::vector<std::size_t> find_last_places(std::vector<Instruction>& all,
+                                              std::size_t prologue_size);
     void place_registers(std::vector<Instruction>& all, std::size_t prologue_size);
     std::uint32_t column_of(Slot slot) const;
 
@@ -173,8 +191,8 @@ Slot Compiler::new_variable() {
 Slot Compiler::constant_bits(std::uint64_t bits) {
     auto const [place, is_new] = m_constants.try_emplace(bits);
     if (is_new) {
-        place->second = new_value(Kind::constant,
-                                  static_cast<std::uint32_t>(m_program.constants.size()), true);
+        place->second =
+            new_value(Kind::constant, static_cast<std::uint32_t>(m_program.constants.size()), true);
         m_program.constants.push_back(bit_cast<double>(bits));
     }
     return place->second;
@@ -193,8 +211,7 @@ std::optional<bool> Compiler::find_truth(Slot slot) const {
 }
 
 Slot Compiler::named(double const& place) {
-    if (std::ranges::find(m_settings->inputs, &place) == m_settings->inputs.end())
-        return constant(place);
+    if (!std::ranges::binary_search(m_settings->inputs, &place)) return constant(place);
     auto const [input, is_new] = m_inputs.try_emplace(&place);
     if (is_new) {
         input->second =
@@ -219,6 +236,7 @@ Slot Compiler::fixing(short fixing_rank, short underlying_rank) {
 }
 
 Slot Compiler::step(Code code, std::array<std::uint32_t, 4> operands) {
+    if (m_is_refused) return m_result;  // any slot: nobody will run it
     Instruction instruction{code, 0, operands[0], operands[1], operands[2], operands[3]};
     bool is_invariant = m_settings->with_prologue;
     bool reads_variable = false;
@@ -243,6 +261,7 @@ Slot Compiler::step(Code code, std::array<std::uint32_t, 4> operands) {
 }
 
 void Compiler::append(Instruction const& instruction) {
+    if (m_is_refused) return;
     m_main.push_back(instruction);
     if (m_main.size() > c_max_instructions) refuse();
 }
@@ -263,7 +282,8 @@ Slot Compiler::binary(Type type, Slot left, Slot right) {
     if (type == Type::mul && y == 1.0) return left;
     if (type == Type::mul && x == 1.0) return right;
     // a known divisor comes with its reciprocal, which takes the place of the division
-    bool const has_reciprocal = type == Type::div && y && std::isnormal(*y) && std::isnormal(1 / *y);
+    bool const has_reciprocal =
+        type == Type::div && y && std::isnormal(*y) && std::isnormal(1 / *y);
     Slot const reciprocal = has_reciprocal && !x ? constant(1.0 / *y) : Slot{};
     Slot slot{};
     auto const apply = [&]<class Op>() {
@@ -397,7 +417,7 @@ void Compiler::branch(Slot event, Body const& then, Body const& otherwise) {
 
 Compiler::Flows Compiler::mix_body(Body const& body) {
     Flows flows;
-    if (!body) return flows;
+    if (!body || m_is_refused) return flows;
     auto const names = m_names;
     auto* const outer_flows = std::exchange(m_flows, &flows);
     auto const outer_mask = std::exchange(m_mask, std::nullopt);
@@ -455,9 +475,7 @@ class Compiler::Writer final : public StepWriter {
         m_compiler->append({Code::copy, sum, first});
         return sum;
     }
-    void add(Slot sum, Slot amount) override {
-        m_compiler->append({Code::add_to, sum, amount});
-    }
+    void add(Slot sum, Slot amount) override { m_compiler->append({Code::add_to, sum, amount}); }
     void under(Slot mask, std::function<void()> const& body) override {
         m_compiler->under(mask, body);
     }
@@ -474,8 +492,30 @@ void Compiler::append_adjoints() {
     m_program.inputs.emplace_back();
     auto const forward = m_main;
     Writer writer(*this);
-    m_cell_adjoints = Reversal(writer, forward, m_program.operands, m_values.size())
-                          .run(cells, m_result, seed);
+    m_cell_adjoints =
+        Reversal(writer, forward, m_program.operands, m_values.size()).run(cells, m_result, seed);
+}
+
+/// Removes instructions; skips go to what was behind their place.
+void drop(std::vector<Instruction>& all, std::vector<bool> const& is_dropped) {
+    std::vector<std::uint32_t> kept_before(all.size() + 1, 0);
+    for (std::size_t k = 0; k < all.size(); ++k)
+        kept_before[k + 1] = kept_before[k] + (is_dropped[k] ? 0 : 1);
+    std::vector<Instruction> kept;
+    for (std::size_t k = 0; k < all.size(); ++k) {
+        if (is_dropped[k]) continue;
+        if (all[k].code == Code::skip) all[k].to = kept_before[all[k].to];
+        kept.push_back(all[k]);
+    }
+    all = std::move(kept);
+}
+
+/// A skip over less than two instructions costs more than it saves.
+void drop_short_skips(std::vector<Instruction>& all) {
+    std::vector<bool> is_short(all.size(), false);
+    for (std::size_t k = 0; k < all.size(); ++k)
+        is_short[k] = all[k].code == Code::skip && all[k].to < k + 3;
+    drop(all, is_short);
 }
 
 /// Removes what nobody reads, and what is then no longer read, but for skips and the result.
@@ -495,63 +535,56 @@ void Compiler::drop_unread(std::vector<Instruction>& all) {
         is_dropped[k] = true;
         count(i, static_cast<std::size_t>(-1));
     }
-    // a skip over less than two instructions costs more than it saves
-    std::vector<std::uint32_t> kept_before(all.size() + 1, 0);
-    auto const number = [&] {
-        for (std::size_t k = 0; k < all.size(); ++k)
-            kept_before[k + 1] = kept_before[k] + (is_dropped[k] ? 0 : 1);
-    };
-    number();
-    for (std::size_t k = all.size(); k-- > 0;)
-        if (all[k].code == Code::skip && kept_before[all[k].to] - kept_before[k + 1] < 2)
-            is_dropped[k] = true;
-    number();
-    std::vector<Instruction> kept;
-    for (std::size_t k = 0; k < all.size(); ++k) {
-        if (is_dropped[k]) continue;
-        if (all[k].code == Code::skip) all[k].to = kept_before[all[k].to];
-        kept.push_back(all[k]);
-    }
-    all = std::move(kept);
+    drop(all, is_dropped);
 }
 
 std::uint32_t Compiler::column_of(Slot slot) const {
     auto const& [kind, position, is_invariant] = m_values[slot];
     switch (kind) {
-        case Kind::constant: return position;
-        case Kind::input: return m_program.c_get_first_input() + position;
-        case Kind::cell: return m_program.c_get_first_cell() + position;
-        default: return m_program.c_get_first_register() + position;
+        case Kind::constant:
+            return position;
+        case Kind::input:
+            return m_program.c_get_first_input() + position;
+        case Kind::cell:
+            return m_program.c_get_first_cell() + position;
+        default:
+            return m_program.c_get_first_register() + position;
     }
+}
+
+/// [slot]: the last instruction that reads or writes it, their number for what stays.
+std::vector<std::size_t> Compiler::find_last_places(std::vector<Instruction>& all,
+                                                    std::size_t prologue_size) {
+    std::vector<std::size_t> last(m_values.size(), 0);
+    for (std::size_t k = 0; k < all.size(); ++k) {
+        bool const is_body = k >= prologue_size;
+        for_each_operand(all[k], m_program.operands, [&](std::uint32_t slot) {
+            last[slot] = is_body && m_values[slot].is_invariant ? all.size() : k;
+        });
+        if (all[k].code != Code::skip) last[all[k].to] = std::max(last[all[k].to], k);
+    }
+    last[m_result] = all.size();
+    for (auto const& adjoint : m_cell_adjoints)
+        if (adjoint) last[*adjoint] = all.size();
+    return last;
 }
 
 /// Gives each result and variable a register between its first and its last place, so that a
 /// register serves many. What the prologue leaves for the body stays.
 void Compiler::place_registers(std::vector<Instruction>& all, std::size_t prologue_size) {
-    constexpr std::size_t none = static_cast<std::size_t>(-1);
-    std::vector<std::size_t> last(m_values.size(), none);
-    for (std::size_t k = 0; k < all.size(); ++k) {
-        auto& i = all[k];
-        bool const is_body = k >= prologue_size;
-        for_each_operand(i, m_program.operands, [&](std::uint32_t slot) {
-            last[slot] = is_body && m_values[slot].is_invariant ? all.size() : k;
-        });
-        if (i.code != Code::skip) last[i.to] = std::max(last[i.to] == none ? 0 : last[i.to], k);
-    }
-    last[m_result] = all.size();
-    for (auto const& adjoint : m_cell_adjoints)
-        if (adjoint) last[*adjoint] = all.size();
+    auto const last = find_last_places(all, prologue_size);
     auto const is_register = [&](Slot slot) {
         return m_values[slot].kind == Kind::result || m_values[slot].kind == Kind::variable;
     };
     std::vector<std::uint32_t> free;
     std::vector<bool> is_placed(m_values.size(), false);
+    std::vector<bool> is_released(m_values.size(), false);
     for (std::size_t k = 0; k < all.size(); ++k) {
         auto& i = all[k];
         auto const release = [&](Slot slot) {
-            if (!is_register(slot) || last[slot] != k || !is_placed[slot]) return;
+            if (!is_register(slot) || last[slot] != k || is_released[slot]) return;
             free.push_back(m_values[slot].position);
-            last[slot] = none;  // once
+            is_released[slot] = true;
         };
         // the loops read a lane before they write it: a result may take the place of an operand
         for_each_operand(i, m_program.operands, [&](std::uint32_t slot) {
@@ -579,6 +612,7 @@ std::optional<Program> Compiler::finish() {
         all.push_back(instruction);
     }
     drop_unread(all);
+    drop_short_skips(all);
     auto const is_prologue = [&](Instruction const& i) {
         return i.code != Code::skip && m_values[i.to].is_invariant;
     };
@@ -586,7 +620,8 @@ std::optional<Program> Compiler::finish() {
         static_cast<std::size_t>(std::ranges::find_if_not(all, is_prologue) - all.begin());
     place_registers(all, prologue_size);
     for (auto& i : all) {
-        for_each_operand(i, m_program.operands, [&](std::uint32_t& slot) { slot = column_of(slot); });
+        for_each_operand(i, m_program.operands,
+                         [&](std::uint32_t& slot) { slot = column_of(slot); });
         if (i.code != Code::skip) i.to = column_of(i.to);
     }
     for (auto& i : all)

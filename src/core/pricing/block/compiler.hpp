@@ -21,7 +21,8 @@ namespace ximCORE::Pricing::Block {
 struct CompilerSettings {
     /// [payment date], where all states of a run share them; empty: they are inputs.
     std::span<double const> discount_factors;
-    /// Named constants that are inputs: the places of their numbers. Others are constants.
+    /// Named constants that are inputs: the places of their numbers, in ascending order. Others are
+    /// constants.
     std::span<double const* const> inputs;
     /// Steps that no input moves go to the prologue.
     bool with_prologue{false};

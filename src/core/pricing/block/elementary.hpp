@@ -88,7 +88,9 @@ Reals divide(Reals x, Reals y) {
     Reals const y1 = multiply_add(multiply_add(-y, y0, spread(1.0)), y0, y0);
     Reals const y2 = multiply_add(multiply_add(-y, y1, spread(1.0)), y1, y1);
     Reals const rough = x * y2;
-    Reals const q = multiply_add(multiply_add(-y, rough, x), y2, rough);
+    Reals const correction = multiply_add(-y, rough, x);
+    // a zero keeps its sign
+    Reals const q = correction == 0.0 ? rough : multiply_add(correction, y2, rough);
     // out of range, a remainder is no number or too large
     Reals const rest = multiply_add(-y, q, x);
     Reals const limit = x * 0x1p-51;

@@ -4,10 +4,10 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
-#include <numeric>
 #include <thread>
 
 #include "core/modeling/mc_helper.hpp"
+#include "core/pricing/block/descents.hpp"
 #include "core/pricing/block/normals.hpp"
 #include "core/toolbox/containers.hpp"
 
@@ -91,71 +91,14 @@ struct Setting {
     Buffer constants;
 };
 
-/// The sums of the way back along the paths, and the columns that it reads. Nothing in a program
-/// without adjoints.
-class Descents {
- public:
-    explicit Descents(Setting const& setting);
-
-    /// Where a path stands that `add` takes back.
-    void set_columns(Program const& program, std::vector<double*> const& columns);
-    /// Adds the block of paths whose program has run.
-    void add(double const* normals, double sign);
-    /// The sums since the last call, [underlying][step][1 + loading], into `totals`.
-    void take(std::vector<double>& totals);
-    [[nodiscard]] std::size_t c_get_nb_sums() const { return m_sums.c_get_size() / sum_width; }
-
- private:
-    struct Path {
-        std::size_t first;  ///< of its sums
-        std::vector<double const*> adjoints;
-        std::vector<double const*> levels;
-    };
-
-    Setting const* m_setting;
-    std::vector<Path> m_paths;
-    Buffer m_sums;
-};
-
-Descents::Descents(Setting const& setting) : m_setting(&setting) {
-    if (setting.program.cell_adjoints.empty()) return;
-    std::size_t size = 0;
-    for (std::size_t u = 0; u < setting.readings.size(); ++u) {
-        std::size_t const steps = setting.readings[u].is_read.size();
-        m_paths.push_back({size, std::vector<double const*>(steps, nullptr),
-                           std::vector<double const*>(steps, nullptr)});
-        size += steps * (1 + setting.states[0].paths[u].loadings.size()) * sum_width;
-    }
-    m_sums = Buffer(size);
-    std::fill_n(m_sums.get(), size, 0.0);
-}
-
-void Descents::set_columns(Program const& program, std::vector<double*> const& columns) {
-    for (std::size_t i = 0; i < program.cell_adjoints.size(); ++i) {
-        if (program.cell_adjoints[i] == Program::no_column) continue;
-        auto const date = static_cast<std::size_t>(program.cells[i].fixing_rank);
-        auto& path = m_paths[static_cast<std::size_t>(program.cells[i].underlying_rank)];
-        path.adjoints[date] = columns[program.cell_adjoints[i]];
-        path.levels[date] = columns[program.c_get_first_cell() + i];
-    }
-}
-
-void Descents::add(double const* normals, double sign) {
-    for (std::size_t u = 0; u < m_paths.size(); ++u) {
-        auto const& path = m_paths[u];
-        m_setting->kernels.descend(
-            {normals, m_setting->plan.nb_factors, m_setting->states[0].paths[u].loadings.size(),
-             sign, path.adjoints.data(), path.levels.data(), path.levels.size()},
-            m_sums.get() + path.first);
-    }
-}
-
-void Descents::take(std::vector<double>& totals) {
-    for (std::size_t i = 0; i < totals.size(); ++i) {
-        double const* const first = m_sums.get() + i * sum_width;
-        totals[i] = std::accumulate(first, first + sum_width, 0.0);
-    }
-    std::fill_n(m_sums.get(), m_sums.c_get_size(), 0.0);
+/// Of the central state; nothing in a program without adjoints.
+Descents make_descents(Setting const& setting) {
+    std::vector<Descents::Shape> shapes;
+    for (std::size_t u = 0; u < setting.readings.size(); ++u)
+        shapes.push_back(
+            {setting.readings[u].is_read.size(), setting.states[0].paths[u].loadings.size()});
+    if (setting.program.cell_adjoints.empty()) shapes.clear();
+    return {setting.kernels, setting.plan.nb_factors, shapes};
 }
 
 /// What a chunk of trials, or all of them, come to.
@@ -230,7 +173,7 @@ Worker::Worker(Setting& setting)
       m_inputs(setting.program.inputs.size() * lanes),
       m_registers(setting.program.nb_registers * lanes),
       m_values(setting.scenarios.size()),
-      m_descents(setting),
+      m_descents(make_descents(setting)),
       m_totals{std::vector<Observations>(setting.reduction.c_get_nb_results()),
                std::vector<double>(m_descents.c_get_nb_sums())} {
     auto const& program = setting.program;
@@ -375,7 +318,7 @@ class Sequence {
         : m_setting(&setting),
           m_points(setting.kernels, setting.plan.seed),
           m_totals{std::vector<Observations>(setting.reduction.c_get_nb_results()),
-                   std::vector<double>(Descents(setting).c_get_nb_sums())} {}
+                   std::vector<double>(make_descents(setting).c_get_nb_sums())} {}
 
     /// Until no trial is left.
     void serve(Worker& worker);

@@ -51,7 +51,8 @@ struct State {
 /// What a program is run for: a state, with numbers for the inputs.
 struct Scenario {
     std::size_t state{0};
-    std::vector<double> inputs;  ///< of the program's named inputs; discount factors are the state's
+    std::vector<double>
+        inputs;  ///< of the program's named inputs; discount factors are the state's
 };
 
 /// What is made of the values of a block.

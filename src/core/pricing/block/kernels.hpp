@@ -17,12 +17,12 @@ struct Listing;
 /// The path of one underlying, from the normals of a block to its growth since the start:
 ///     x += diffusion[step] sum_j loading[j] z[step][j] + drift[step],   growth[step] = exp(x).
 struct Evolution {
-    double const* normals;     ///< columns [step][factor]
-    std::size_t nb_factors;    ///< columns of a step
-    double const* loadings;    ///< the underlying's row of the factor of the correlations, from 1 on
-    std::size_t nb_loadings;   ///< at least 1
-    double const* diffusions;  ///< [step]
-    double const* drifts;      ///< [step]
+    double const* normals;    ///< columns [step][factor]
+    std::size_t nb_factors;   ///< columns of a step
+    double const* loadings;   ///< the underlying's row of the factor of the correlations, from 1 on
+    std::size_t nb_loadings;  ///< at least 1
+    double const* diffusions;      ///< [step]
+    double const* drifts;          ///< [step]
     unsigned char const* is_read;  ///< [step]: whether the growth is wanted
     std::size_t nb_steps;
     double const* forwards{nullptr};  ///< [step]: the growth is multiplied by it; null for 1
@@ -40,7 +40,8 @@ struct Descent {
     double const* const* levels;
     std::size_t nb_steps;
 };
-/// Places of each sum of a descent: as many as a vector of the widest processor, which add up to it.
+/// Places of each sum of a descent: as many as a vector of the widest processor, which add up to
+/// it.
 inline constexpr std::size_t sum_width = 8;
 
 /// The running sums of one result; see `MCResult`.
@@ -75,8 +76,8 @@ struct Kernels {
     /// each.
     void (*transpose)(double const* paths, std::size_t stride, std::size_t nb_columns,
                       double* columns);
-    /// The columns [step] of the growth of one underlying, or of its levels with forwards; those that
-    /// nobody reads are not written.
+    /// The columns [step] of the growth of one underlying, or of its levels with forwards; those
+    /// that nobody reads are not written.
     void (*evolve)(Evolution const& evolution, double* growth);
     void (*multiply)(double const* values, double factor, double* products);
     /// Adds p, and b times the normal of each factor, to the sums [step][1 + nb_loadings] of
@@ -93,7 +94,8 @@ struct Kernels {
 };
 
 /// The fastest that the processor runs. For comparisons, the environment variable
-/// XIM_INSTRUCTION_SET names another one ("portable", "AVX2").
+/// XIM_INSTRUCTION_SET names another one ("portable", "AVX2"); a name that is none of the
+/// processor's changes nothing.
 [[nodiscard]] Kernels const& kernels();
 
 /// Each kind by itself; null where the processor cannot run it.

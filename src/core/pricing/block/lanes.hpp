@@ -19,7 +19,7 @@ class Buffer {
     Buffer() = default;
     explicit Buffer(std::size_t size)
         : m_values(size == 0 ? nullptr
-                             : static_cast<double*>(::operator new(
+                             : static_cast<double*>(::operator new (
                                    checked_bytes(size), std::align_val_t{c_alignment}))),
           m_size(size) {}
 
@@ -35,13 +35,12 @@ class Buffer {
  private:
     static constexpr std::size_t c_alignment = 64;
     static std::size_t checked_bytes(std::size_t size) {
-        if (size > static_cast<std::size_t>(-1) / sizeof(double))
-            throw std::bad_array_new_length();
+        if (size > static_cast<std::size_t>(-1) / sizeof(double)) throw std::bad_array_new_length();
         return size * sizeof(double);
     }
     struct Release {
         void operator()(double* values) const {
-            ::operator delete(values, std::align_val_t{c_alignment});
+            ::operator delete (values, std::align_val_t{c_alignment});
         }
     };
 

@@ -58,7 +58,8 @@ std::size_t draw_points(std::uint64_t* state, double* x, double* y) {
     constexpr unsigned all = (1U << c_width) - 1;
     constexpr std::size_t step = 2 * c_width;
     for (std::size_t i = 0; i + step <= c_words; i += step) keep(i, all);
-    constexpr std::size_t rest = c_words % step / 2;  // points, in the last lanes of one more vector
+    constexpr std::size_t rest =
+        c_words % step / 2;  // points, in the last lanes of one more vector
     if constexpr (rest > 0) keep(c_words - step, all & ~((1U << (c_width - rest)) - 1));
     return kept;
 }

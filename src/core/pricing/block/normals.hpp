@@ -32,7 +32,7 @@ class PointSequence {
  private:
     Kernels const* m_kernels;
     alignas(64) std::array<std::uint64_t, s_block_words + 8> m_state{};  // padded for vector loads
-    std::array<double, s_slack> m_x{};  ///< points drawn ahead
+    std::array<double, s_slack> m_x{};                                   ///< points drawn ahead
     std::array<double, s_slack> m_y{};
     std::size_t m_ahead{0};
 };

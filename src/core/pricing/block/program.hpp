@@ -18,16 +18,16 @@ namespace ximCORE::Pricing::Block {
 enum class Code : std::uint16_t {
     end,
     skip,       ///< on to instruction `to` when no lane of mask a is set
-    copy,      ///< to = a
-    put,       ///< to = a where mask b
-    add_to,    ///< to += a
-    add_where, ///< to += a where mask b
-    except,    ///< mask to = a without b
-    choose,    ///< to = b where mask a, c elsewhere
-    mix,       ///< to = b + p (a - b), p being c where a - b is positive and d where it is negative
-    sort,      ///< to = the amount that stands at place c among the b operands from a on
-    sort_back, ///< the adjoint of operand c of such a sort, whose operands, b of them, result and
-               ///< adjoint are listed from a on: all of it goes to the first that is the result
+    copy,       ///< to = a
+    put,        ///< to = a where mask b
+    add_to,     ///< to += a
+    add_where,  ///< to += a where mask b
+    except,     ///< mask to = a without b
+    choose,     ///< to = b where mask a, c elsewhere
+    mix,        ///< to = b + p (a - b), p being c where a - b is positive, d where negative
+    sort,       ///< to = the amount at place c among the b operands from a on, in ascending order
+    sort_back,  ///< the adjoint of operand c of such a sort, whose operands, b of them, result and
+                ///< adjoint are listed from a on: all of it goes to the first that is the result
     first_operator
 };
 
@@ -74,10 +74,9 @@ constexpr std::uint16_t position(Contract::op::List<Ops...>) {
 }  // namespace detail
 
 /// All operators, in the order of their codes.
-using Operators =
-    detail::Join<Contract::op::AmountUnaries, Contract::op::AmountBinaries,
-                 Contract::op::Comparisons, Contract::op::EventUnaries,
-                 Contract::op::EventBinaries>::Type;
+using Operators = detail::Join<Contract::op::AmountUnaries, Contract::op::AmountBinaries,
+                               Contract::op::Comparisons, Contract::op::EventUnaries,
+                               Contract::op::EventBinaries>::Type;
 
 /// The code of an operator.
 template <class Op>

@@ -253,7 +253,9 @@ Instruction const* amount_binary<Contract::op::Div>(Instruction const* i, Listin
         Reals const rough = numerator * reciprocal;
         Reals const rest = multiply_add(-y, rough, numerator);
         Reals const quotient = multiply_add(rest, reciprocal, rough);
-        store(to + lane, rest == rest ? quotient : rough);  // infinity and NaN have no remainder
+        // a zero keeps its sign, and infinity has no remainder
+        Masks const is_rounded = (rest != 0.0) & (quotient == quotient);
+        store(to + lane, is_rounded ? quotient : rough);
     });
     return i + 1;
 }
@@ -279,13 +281,25 @@ template <class... AU, class... AB, class... C, class... EU, class... EB>
 struct Handlers<Contract::op::List<AU...>, Contract::op::List<AB...>, Contract::op::List<C...>,
                 Contract::op::List<EU...>, Contract::op::List<EB...>> {
     /// In the order of the codes.
-    static constexpr Handler table[] = {
-        end,    skip,         copy,          put,           add_to,
-        add_where, except,    choose,        mix,           sort,
-        sort_back,
-        amount_unary<AU>..., amount_binary<AB>..., comparison<C>..., event_unary<EU>...,
-        event_binary<EB>..., back_unary<AU>..., back_binary<AB, true>...,
-        back_binary<AB, false>...};
+    static constexpr Handler table[] = {end,
+                                        skip,
+                                        copy,
+                                        put,
+                                        add_to,
+                                        add_where,
+                                        except,
+                                        choose,
+                                        mix,
+                                        sort,
+                                        sort_back,
+                                        amount_unary<AU>...,
+                                        amount_binary<AB>...,
+                                        comparison<C>...,
+                                        event_unary<EU>...,
+                                        event_binary<EB>...,
+                                        back_unary<AU>...,
+                                        back_binary<AB, true>...,
+                                        back_binary<AB, false>...};
 };
 
 void run(Listing const& listing) {

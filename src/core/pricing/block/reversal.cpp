@@ -28,7 +28,7 @@ Reversal::Reversal(StepWriter& writer, std::span<Instruction const> steps,
 std::vector<std::optional<Reversal::Slot>> Reversal::run(std::span<Slot const> cells, Slot result,
                                                          Slot seed) {
     for (Slot const cell : cells) m_is_active[cell] = true;
-    find_active();
+    find_active(result);
     m_adjoints[result].slot = seed;
     take_back(0, m_steps.size());
     std::vector<std::optional<Slot>> adjoints;
@@ -67,7 +67,7 @@ void Reversal::for_each_source(Instruction const& step, auto&& visit) const {
     if (step.b != step.a) visit(step.b);
 }
 
-void Reversal::find_active() {
+void Reversal::find_active(Slot result) {
     for (std::size_t k = 0; k < m_steps.size(); ++k) {
         auto const& step = m_steps[k];
         if (step.code == Code::skip) {
@@ -79,6 +79,14 @@ void Reversal::find_active() {
             if (m_is_active[source]) m_is_active[step.to] = true;
         });
     }
+    // what only decides about conditions needs no adjoint
+    std::vector<bool> is_wanted(m_is_active.size(), false);
+    is_wanted[result] = true;
+    for (std::size_t k = m_steps.size(); k-- > 0;)
+        if (m_steps[k].code != Code::skip && is_wanted[m_steps[k].to])
+            for_each_source(m_steps[k], [&](Slot source) { is_wanted[source] = true; });
+    for (std::size_t slot = 0; slot < is_wanted.size(); ++slot)
+        m_is_active[slot] = m_is_active[slot] && is_wanted[slot];
 }
 
 void Reversal::take_back(std::size_t first, std::size_t last) {

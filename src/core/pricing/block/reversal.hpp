@@ -64,7 +64,7 @@ class Reversal {
     [[nodiscard]] bool is_amount_operator(Code code) const;
     /// The operands that adjoints go to.
     void for_each_source(Instruction const& step, auto&& visit) const;
-    void find_active();
+    void find_active(Slot result);
     void take_back(std::size_t first, std::size_t last);
     void take_back_under(std::size_t skip);
     void start_outer_sums(std::size_t first, std::size_t last);
@@ -81,7 +81,8 @@ class Reversal {
     StepWriter* m_writer;
     std::span<Instruction const> m_steps;
     std::vector<std::uint32_t> const* m_operands;
-    std::vector<bool> m_is_active;      ///< [slot]: a cell moves it, on a way that adjoints take
+    std::vector<bool> m_is_active;      ///< [slot]: a cell moves it, and it moves the result, on a
+                                        ///< way that adjoints take
     std::vector<std::size_t> m_places;  ///< [slot]: 1 + the step that gives it first; 0: none
     std::vector<std::size_t> m_skips;   ///< [step]: 1 + the outermost skip that ends there; 0: none
     std::vector<Adjoint> m_adjoints;    ///< [slot]

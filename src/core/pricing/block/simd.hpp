@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "core/pricing/block/lanes.hpp"
 
@@ -86,46 +87,35 @@ Reals to_reals(Words words) {
 #endif
 }
 
+/// The elements at given places of a and b one after the other.
+template <class Vector, std::size_t... places>
+Vector pick(Vector a, Vector b, std::index_sequence<places...>) {
+    return __builtin_shufflevector(a, b, places...);
+}
+/// As many places as a vector has: place(0), place(1), ...
+template <auto place, std::size_t... i>
+constexpr auto make_places(std::index_sequence<i...>) {
+    return std::index_sequence<place(i)...>();
+}
+template <auto place>
+using Places = decltype(make_places<place>(std::make_index_sequence<c_width>()));
+
 /// The elements at even, and at odd, places of a and b one after the other.
 template <class Vector>
 Vector even_of(Vector a, Vector b) {
-#if defined(__AVX512F__)
-    return __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14);
-#elif defined(__AVX2__)
-    return __builtin_shufflevector(a, b, 0, 2, 4, 6);
-#else
-    return __builtin_shufflevector(a, b, 0, 2);
-#endif
+    return pick(a, b, Places<[](std::size_t i) { return 2 * i; }>());
 }
 template <class Vector>
 Vector odd_of(Vector a, Vector b) {
-#if defined(__AVX512F__)
-    return __builtin_shufflevector(a, b, 1, 3, 5, 7, 9, 11, 13, 15);
-#elif defined(__AVX2__)
-    return __builtin_shufflevector(a, b, 1, 3, 5, 7);
-#else
-    return __builtin_shufflevector(a, b, 1, 3);
-#endif
+    return pick(a, b, Places<[](std::size_t i) { return 2 * i + 1; }>());
 }
 
 /// a0, b0, a1, b1, ... : the first half, and the second.
 Reals interleave_first(Reals a, Reals b) {
-#if defined(__AVX512F__)
-    return __builtin_shufflevector(a, b, 0, 8, 1, 9, 2, 10, 3, 11);
-#elif defined(__AVX2__)
-    return __builtin_shufflevector(a, b, 0, 4, 1, 5);
-#else
-    return __builtin_shufflevector(a, b, 0, 2);
-#endif
+    return pick(a, b, Places<[](std::size_t i) { return i / 2 + i % 2 * c_width; }>());
 }
 Reals interleave_second(Reals a, Reals b) {
-#if defined(__AVX512F__)
-    return __builtin_shufflevector(a, b, 4, 12, 5, 13, 6, 14, 7, 15);
-#elif defined(__AVX2__)
-    return __builtin_shufflevector(a, b, 2, 6, 3, 7);
-#else
-    return __builtin_shufflevector(a, b, 1, 3);
-#endif
+    return pick(a, b, Places<[](std::size_t i) { return (c_width + i) / 2 + i % 2 * c_width; }>());
 }
 
 /// One bit for each lane of a mask, the first lane lowest.

@@ -75,6 +75,7 @@ class CompilerTest : public BothEnginesTest {
             std::ignore = cashflow.rank_names();
             std::vector<double*> places;
             for (auto const& feature : features) cashflow.unsafe_get_tags(feature, places);
+            std::ranges::sort(places);
             std::vector<double const*> const inputs(places.begin(), places.end());
             auto const& factors = helper.c_get_discount_factors();
             std::vector<double> const discount_factors(factors.begin(), factors.end());

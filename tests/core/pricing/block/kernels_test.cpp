@@ -441,6 +441,20 @@ TEST_P(KernelsTest, EveryOperatorOnAmountsIsThatOfTheTree) {
     }
 }
 
+TEST_P(KernelsTest, ADivisionIsExactWithAndWithoutAKnownDivisor) {
+    for (double const y : {2.0, -3.0, 0.0001, 128.0, -1e-300})
+        for (double const x : c_special) {
+            Machine machine(kernels, 4);
+            machine.set(1, [&](std::size_t) { return x; });
+            machine.set(2, [&](std::size_t) { return y; });
+            machine.set(3, [&](std::size_t) { return 1.0 / y; });
+            for (std::uint32_t const reciprocal : {0U, 3U}) {
+                machine.run({{code_of<op::Div>(), 0, 1, 2, reciprocal}});
+                EXPECT_TRUE(is_same(machine.column(0)[0], x / y)) << x << " / " << y;
+            }
+        }
+}
+
 TEST_P(KernelsTest, EveryOperatorOnAmountsMayWriteOverItsOperand) {
     for_each_operator(op::AmountBinaries{}, [&]<class Op>() {
         for (std::uint32_t const to : {0U, 1U}) {
