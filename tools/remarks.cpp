@@ -1,10 +1,13 @@
 #include "remarks.hpp"
 
+#include <json/reader.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <initializer_list>
 #include <optional>
+#include <sstream>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -15,6 +18,7 @@
 #include "api/json/fields_configuration.hpp"
 #include "api/json/fields_results.hpp"
 #include "api/json/products.hpp"
+#include "command.hpp"
 #include "ximAPI/ximAPI.hpp"
 
 namespace xim {
@@ -49,6 +53,8 @@ void compare(Json::Value const& given, Json::Value const& read, std::string cons
     if (given.isString() && read.isString() && given != read) {
         lines.push_back(place + ": " + quoted_key(given.asString()) + " is unknown, " +
                         quoted_key(read.asString()) + " counts.");
+    } else if (!given.isString() && !given.isNull() && read.isString()) {
+        lines.push_back(place + " is no text.");
     } else if (given.isObject() && read.isObject()) {
         compare_members(given, read, place, lines);
     } else if (given.isArray() && read.isArray() && given.size() == read.size()) {
@@ -108,7 +114,7 @@ using Products =
 
 /// The keys of the contract and of the product that its kind names.
 void check_contract(Json::Value const& contract, Lines& lines) {
-    std::string const place = "\"ContractConfiguration\"";
+    std::string const place = R"("ContractConfiguration")";
     if (!contract.isObject()) return check<ximAPI::Contract>(contract, place, lines);
     Json::Value const& text = contract["Kind"];
     auto const kind =
@@ -125,7 +131,7 @@ void check_contract(Json::Value const& contract, Lines& lines) {
     }
     (std::make_index_sequence<std::tuple_size_v<Products>>{});
     if (row.kind == ximAPI::ContractKind::CONSOLE && !contract.isMember("Script"))
-        lines.push_back(place + " has no \"Script\".");
+        lines.push_back(place + R"( has no "Script".)");
 }
 
 /// A member of a member of the request, null where it is absent.
@@ -136,18 +142,18 @@ Json::Value const& member(Json::Value const& object, char const* key) {
 void check_analyses(Json::Value const& request, Lines& lines) {
     Json::Value const& pricer = member(request, "Pricer");
     Json::Value const& model = member(request, "Model");
-    check<ximAPI::LadderResults>(member(pricer, "Ladder"), "\"Pricer\".\"Ladder\"", lines);
-    check<ximAPI::Ladder1DResults>(member(pricer, "Ladder1D"), "\"Pricer\".\"Ladder1D\"", lines);
-    check<ximAPI::Ladder2DResults>(member(pricer, "Ladder2D"), "\"Pricer\".\"Ladder2D\"", lines);
-    check<ximAPI::ImpliedContractFeatureResults>(member(pricer, "Solver"), "\"Pricer\".\"Solver\"",
+    check<ximAPI::LadderResults>(member(pricer, "Ladder"), R"("Pricer"."Ladder")", lines);
+    check<ximAPI::Ladder1DResults>(member(pricer, "Ladder1D"), R"("Pricer"."Ladder1D")", lines);
+    check<ximAPI::Ladder2DResults>(member(pricer, "Ladder2D"), R"("Pricer"."Ladder2D")", lines);
+    check<ximAPI::ImpliedContractFeatureResults>(member(pricer, "Solver"), R"("Pricer"."Solver")",
                                                  lines);
-    check<ximAPI::ModelDiffusionResults>(member(model, "Diffusion"), "\"Model\".\"Diffusion\"",
+    check<ximAPI::ModelDiffusionResults>(member(model, "Diffusion"), R"("Model"."Diffusion")",
                                          lines);
     check<ximAPI::ModelImpliedVolatilityResults>(member(model, "Repricing"),
-                                                 "\"Model\".\"Repricing\"", lines);
+                                                 R"("Model"."Repricing")", lines);
     check<ximAPI::HestonImpliedVolatilityResults>(
         member(member(request, "ModelConfiguration"), "HestonStochasticVolatilityModel"),
-        "\"ModelConfiguration\".\"HestonStochasticVolatilityModel\"", lines);
+        R"("ModelConfiguration"."HestonStochasticVolatilityModel")", lines);
 }
 
 constexpr auto c_members = std::to_array<std::string_view>(
@@ -158,6 +164,15 @@ constexpr auto c_members = std::to_array<std::string_view>(
 constexpr auto c_without_simulation = std::to_array<std::string_view>(
     {"/GetContract", "/GetStaticReplication1D", "/GetBlackScholesCalibration",
      "/GetBlackScholesTermStructureCalibration", "/GetHestonImpliedVolatility"});
+
+constexpr auto c_without_contract = std::to_array<std::string_view>(
+    {"/GetModelImpliedVolatility", "/GetModelDiffusion", "/GetHestonImpliedVolatility"});
+constexpr auto c_without_model = std::to_array<std::string_view>(
+    {"/GetContract", "/GetStaticReplication1D", "/GetHestonImpliedVolatility"});
+
+bool is_among(auto const& routes, std::string_view route) {
+    return std::find(routes.begin(), routes.end(), route) != routes.end();
+}
 
 bool is_simulated(Json::Value const& pricer) {
     Json::Value const& method = member(pricer, "Method");
@@ -177,48 +192,61 @@ std::vector<std::string> find_remarks(Json::Value const& request) {
         if (std::find(c_members.begin(), c_members.end(), key) == c_members.end())
             lines.push_back(quoted_key(key) + " is an unknown key.");
     }
-    check<ximAPI::Data>(request["DataConfiguration"], "\"DataConfiguration\"", lines);
+    check<ximAPI::Data>(request["DataConfiguration"], R"("DataConfiguration")", lines);
     check_contract(request["ContractConfiguration"], lines);
     check<ximAPI::Model>(
-        request["ModelConfiguration"], "\"ModelConfiguration\"", lines,
+        request["ModelConfiguration"], R"("ModelConfiguration")", lines,
         {"BlackScholesModel", "BlackScholesTermStructureModel", "HestonStochasticVolatilityModel"});
-    check<ximAPI::Pricer>(request["PricerConfiguration"], "\"PricerConfiguration\"", lines);
+    check<ximAPI::Pricer>(request["PricerConfiguration"], R"("PricerConfiguration")", lines);
     check_analyses(request, lines);
     return lines;
 }
 
 std::vector<std::string> find_gaps(Json::Value const& request, std::string_view route) {
     Lines lines;
-    for (auto const& [record, key] :
-         {std::pair{"ContractConfiguration", "Date"}, {"ModelConfiguration", "CalibrationDate"}}) {
-        if (member(request, record).isObject() && member(member(request, record), key).isNull())
+    auto const ask = [&](char const* record, char const* key) {
+        if (member(member(request, record), key).isNull())
             lines.push_back(quoted_key(record) + " has no " + quoted_key(key) + '.');
-    }
-    if (std::find(c_without_simulation.begin(), c_without_simulation.end(), route) !=
-        c_without_simulation.end()) {
-        return lines;
-    }
+    };
+    if (!is_among(c_without_contract, route)) ask("ContractConfiguration", "Date");
+    if (!is_among(c_without_model, route)) ask("ModelConfiguration", "CalibrationDate");
+    if (is_among(c_without_simulation, route)) return lines;
     Json::Value const& pricer = member(request, "PricerConfiguration");
     for (char const* key : {"MonteCarloTrials", "MonteCarloNbThreads"}) {
         if (is_simulated(pricer) && is_zero(member(pricer, key)))
-            lines.push_back(std::string("A simulation needs \"PricerConfiguration\".\"") + key +
-                            "\" above 0.");
+            lines.push_back(std::string(R"(A simulation needs "PricerConfiguration".")") + key +
+                            R"(" above 0.)");
     }
     if (member(pricer, "Method") == "STATIC_REPLICATION" &&
         (is_zero(member(pricer, "ClosedFormMoneynessGridSize")) ||
          member(pricer, "ClosedFormMoneynessGridLowerBound") ==
              member(pricer, "ClosedFormMoneynessGridUpperBound"))) {
         lines.emplace_back(
-            "A static replication needs \"ClosedFormMoneynessGridSize\", "
-            "\"ClosedFormMoneynessGridLowerBound\" and \"ClosedFormMoneynessGridUpperBound\" in "
-            "\"PricerConfiguration\".");
+            R"(A static replication needs "ClosedFormMoneynessGridSize", )"
+            R"("ClosedFormMoneynessGridLowerBound" and "ClosedFormMoneynessGridUpperBound" in )"
+            R"("PricerConfiguration".)");
     }
     Json::Value const& trajectory =
         member(member(member(request, "Model"), "Diffusion"), "Trajectory");
     Json::Value const& trials = member(pricer, "MonteCarloTrials");
     if (route == "/GetModelDiffusion" && trajectory.isInt() && trials.isInt() &&
         trajectory >= trials)
-        lines.emplace_back("\"Trajectory\" must stay below \"MonteCarloTrials\".");
+        lines.emplace_back(R"("Trajectory" must stay below "MonteCarloTrials".)");
+    return lines;
+}
+
+std::vector<std::string> find_unreadable_sources(Json::Value const& request) {
+    Lines lines;
+    for (Json::Value const& source : member(member(request, "DataConfiguration"), "Sources")) {
+        Json::Value const& file = member(source, "File");
+        auto const text = file.isString() ? read_text(file.asString()) : std::nullopt;
+        if (!text) continue;
+        Json::Value ignored;
+        std::string problems;
+        std::istringstream stream(*text);
+        if (!Json::parseFromStream(Json::CharReaderBuilder(), stream, &ignored, &problems))
+            lines.push_back("The market file " + file.asString() + " is no JSON.");
+    }
     return lines;
 }
 

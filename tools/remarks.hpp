@@ -19,4 +19,8 @@ std::vector<std::string> find_remarks(Json::Value const& request);
 /// absent, a simulation without paths, a replication without grid. One line each.
 std::vector<std::string> find_gaps(Json::Value const& request, std::string_view route);
 
+/// The files of the request's sources that are no JSON: the library passes over them in silence.
+/// One line each.
+std::vector<std::string> find_unreadable_sources(Json::Value const& request);
+
 }  // namespace xim

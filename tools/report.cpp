@@ -1,6 +1,7 @@
 #include "report.hpp"
 
 #include <array>
+#include <cstddef>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -53,12 +54,26 @@ std::string describe(Json::Value const& event) {
 }  // namespace
 
 void report_log(Json::Value const& answer, std::ostream& out) {
+    std::string last;
+    std::size_t nb_equal = 0;
+    auto const print = [&] {
+        if (nb_equal > 0) out << last;
+        if (nb_equal > 1) out << " (" << nb_equal << " times)";
+        if (nb_equal > 0) out << '\n';
+    };
     for (Json::Value const& record : answer["Logger"]) {
         std::string const level = text(record["Level"]);
-        if (level == "WARNING" || level == "ERROR" || level == "EXCEPTION") {
-            out << level << ": " << text(record["Message"]) << '\n';
+        if (level != "WARNING" && level != "ERROR" && level != "EXCEPTION") continue;
+        std::string line = level + ": " + text(record["Message"]);
+        if (line == last) {
+            ++nb_equal;
+            continue;
         }
+        print();
+        last = std::move(line);
+        nb_equal = 1;
     }
+    print();
 }
 
 void report_script(Json::Value const& request, std::ostream& out) {

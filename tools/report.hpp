@@ -7,7 +7,8 @@
 
 namespace xim {
 
-/// The records of the log that matter to a person: warnings, errors, exceptions. One line each.
+/// The records of the log that matter to a person: warnings, errors, exceptions. One line each;
+/// equal ones in a row, as each path may leave one, once with their number.
 void report_log(Json::Value const& answer, std::ostream& out);
 
 /// Why the script of a rejected contract does not read, with a caret; nothing for a contract of

@@ -59,6 +59,7 @@ std::optional<Json::Value> answer_of(std::string const& path, Json::Value const&
     xim::report_script(request, std::cerr);
     if (!answer.success) {
         report_lines(xim::find_gaps(request, path));
+        report_lines(xim::find_unreadable_sources(request));
         std::cerr << "The request failed.\n";
         return std::nullopt;
     }
@@ -127,6 +128,14 @@ int run_ladder(Json::Value const& request, std::string const& plot_file) {
     xim::Ladder const ladder = xim::read_ladder(*answer, *route);
     xim::report_ladder(ladder, std::cout);
     return draw_plot(plot_file, ladder);
+}
+
+int run_solver(Json::Value const& request) {
+    if (!request["Pricer"].isObject() || !request["Pricer"]["Solver"].isObject()) {
+        std::cerr << "The request has no \"Pricer\".\"Solver\".\n";
+        return 2;
+    }
+    return report_route("/GetImpliedContractFeature", request, xim::report_solution);
 }
 
 /// The commands that look into a contract.
@@ -286,10 +295,7 @@ std::vector<Command> add_pricing_commands(CLI::App& app, Words& words) {
                                          [&] { return run_ladder(request, words.plot_file); });
                   }),
         add_printed(app, words, "solve", "The features that give the contract a wanted price",
-                    [](auto const& request) {
-                        return report_route("/GetImpliedContractFeature", request,
-                                            xim::report_solution);
-                    }),
+                    [](auto const& request) { return run_solver(request); }),
     };
     for (char const* name : {"price", "ladder"})
         app.get_subcommand(name)
@@ -355,6 +361,13 @@ int with_request(std::string const& file, std::function<int(std::string const&)>
     }
 }
 
+/// Whether a word stands where a command does and is none.
+bool is_unknown(std::string const& word, CLI::App const& app) {
+    auto const commands =
+        app.get_subcommands([&](CLI::App const* command) { return command->get_name() == word; });
+    return !word.starts_with('-') && commands.empty();
+}
+
 /// Prints the answer of a route of that name.
 int run_route(std::string const& text, Words const& words) {
     auto const& overrides = words.overrides;
@@ -380,6 +393,10 @@ int main(int count, char** arguments) {
     std::vector<Command> commands = add_pricing_commands(app, words);
     for (Command const& command : add_analysis_commands(app, words)) commands.push_back(command);
     app.footer("xim /ROUTE request.json runs any route of the library and prints its JSON answer.");
+    if (count > 1 && is_unknown(arguments[1], app)) {
+        std::cerr << "Unknown command " << arguments[1] << "; xim --help lists all.\n";
+        return 2;
+    }
     CLI11_PARSE(app, count, arguments);
 
     if (!words.plot_file.empty() && !xim::is_picture(words.plot_file)) {

@@ -150,8 +150,7 @@ XIM_EXPORT void WriteLogger(std::vector<ximAPI::Log> const& logs);
 /// currency of the underlying. False, with the reason in `logs`, for any other contract, a payoff
 /// that is not finite at a level, a grid that cannot carry its strikes, N above 1000 ("Too many
 /// points"), and as for `GetPrice`.
-[[nodiscard]] XIM_EXPORT bool GetStaticReplication1D(ximAPI::Data& data,
-                                                     ximAPI::Contract& contract,
+[[nodiscard]] XIM_EXPORT bool GetStaticReplication1D(ximAPI::Data& data, ximAPI::Contract& contract,
                                                      ximAPI::Pricer& pricer,
                                                      ximAPI::StaticReplication1DResults& results,
                                                      std::vector<ximAPI::Log>& logs);

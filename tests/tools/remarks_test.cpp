@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "tools/command.hpp"
+#include "tools/report.hpp"
 #include "tools/run_xim.hpp"
 
 namespace {
@@ -111,6 +112,13 @@ TEST(Remarks, NameTheMemberOfAWrongType) {
                     HasSubstr("\"PricerConfiguration\".\"MonteCarloTrials\": Value is not")));
 }
 
+TEST(Remarks, NameANumberWhereATextBelongs) {
+    Json::Value request = example("european_call.json");
+    request["ContractConfiguration"]["Script"] = 3;
+    EXPECT_THAT(xim::find_remarks(request),
+                ElementsAre("\"ContractConfiguration\".\"Script\" is no text."));
+}
+
 TEST(Remarks, AskForTheScript) {
     EXPECT_THAT(xim::find_remarks(parse(R"({"ContractConfiguration": {"Scirpt": "End"}})")),
                 ElementsAre("\"ContractConfiguration\".\"Scirpt\" is an unknown key.",
@@ -125,6 +133,10 @@ TEST(Gaps, NameAbsentDates) {
     EXPECT_THAT(xim::find_gaps(request, "/GetPrice"),
                 ElementsAre("\"ContractConfiguration\" has no \"Date\".",
                             "\"ModelConfiguration\" has no \"CalibrationDate\"."));
+    EXPECT_THAT(xim::find_gaps(request, "/GetContract"), SizeIs(1));
+    EXPECT_THAT(xim::find_gaps(request, "/GetModelImpliedVolatility"), SizeIs(1));
+    request.removeMember("ModelConfiguration");
+    EXPECT_THAT(xim::find_gaps(request, "/GetPrice"), SizeIs(2));
 }
 
 TEST(Gaps, NameWhatASimulationNeeds) {
@@ -161,6 +173,34 @@ TEST(Xim, SaysWhyAPriceIsNoNumber) {
     Outcome const outcome = run_xim("price examples/european_call.json --trials 0");
     EXPECT_THAT(outcome.err, HasSubstr("WARNING: A simulation needs \"PricerConfiguration\"."
                                        "\"MonteCarloTrials\" above 0.\n"));
+}
+
+TEST(Xim, NamesAMarketFileThatIsNoJson) {
+    Outcome const outcome = run_xim("price examples/european_call.json --market README.md");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("WARNING: The market file README.md is no JSON.\n"));
+}
+
+TEST(Xim, AsksForTheSolver) {
+    Outcome const outcome = run_xim("solve examples/european_call.json");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err, "The request has no \"Pricer\".\"Solver\".\n");
+}
+
+TEST(Report, CountsEqualRecordsInARow) {
+    std::ostringstream out;
+    xim::report_log(
+        parse(R"({"Logger": [{"Level": "ERROR", "Message": "a"}, {"Level": "INFO", "Message": "x"},
+        {"Level": "ERROR", "Message": "a"}, {"Level": "WARNING", "Message": "a"},
+        {"Level": "ERROR", "Message": "a"}]})"),
+        out);
+    EXPECT_EQ(out.str(), "ERROR: a (2 times)\nWARNING: a\nERROR: a\n");
+}
+
+TEST(Xim, NamesAnUnknownCommand) {
+    Outcome const outcome = run_xim("prize examples/european_call.json");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err, "Unknown command prize; xim --help lists all.\n");
 }
 
 TEST(Xim, RefusesAPictureThatCannotBeWrittenBeforeItWorks) {

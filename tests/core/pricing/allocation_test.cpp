@@ -214,6 +214,15 @@ TEST_P(AllocationOfEachEngine, ATrialOfALadderAllocatesNothing) {
     }
 }
 
+TEST_F(AllocationTest, TheBlockEngineStartsNoThreadWithoutWork) {
+    PricerOptions::s_options.greeks = {};
+    auto const priced = memory_coupon();
+    std::ignore = count(*priced, 1, 1);
+    EXPECT_EQ(count(*priced, 100, 255), count(*priced, 100, 1));
+    EXPECT_GT(count(*priced, 20'000, 255), count(*priced, 20'000, 1));
+    EXPECT_TRUE(MCPricerOptions::s_options.ran_in_blocks);
+}
+
 TEST_F(AllocationTest, TheBlockEngineStoresNoNormals) {
     PricerOptions::s_options.greeks = {};
     TreeBuilder tree;

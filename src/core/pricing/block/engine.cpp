@@ -24,6 +24,9 @@ std::size_t trials_per_chunk(Plan const& plan) {
     return std::max<std::size_t>(blocks, 1) * lanes;
 }
 
+/// Columns of all threads together, about: 1 GiB. One thread has as many as it needs.
+constexpr std::size_t c_most_columns = (std::size_t{1} << 30) / (lanes * sizeof(double));
+
 /// Points for a number of normals.
 std::size_t points_for(std::size_t nb_normals) {
     return (nb_normals + 1) / 2;
@@ -322,13 +325,14 @@ class Sequence {
 
     /// Until no trial is left.
     void serve(Worker& worker);
-    /// The same, on as many threads as the plan says.
+    /// The same, on the threads of the plan as far as there is work and memory for them.
     void serve();
     [[nodiscard]] Totals const& c_get_totals() const { return m_totals; }
 
  private:
     /// The trials of the next chunk, with their points; 0 at the end.
     std::size_t draw(Worker& worker, std::uint64_t& chunk);
+    [[nodiscard]] std::size_t c_get_nb_workers() const;
     void add(Totals const& totals, std::uint64_t chunk);
 
     Setting* m_setting;
@@ -371,15 +375,27 @@ void Sequence::serve(Worker& worker) {
     }
 }
 
+std::size_t Sequence::c_get_nb_workers() const {
+    auto const& [program, plan] = std::tie(m_setting->program, m_setting->plan);
+    std::size_t const levels = m_setting->readings.size() * m_setting->nb_dates;
+    std::size_t const columns = 3 * plan.normals_per_trial + 3 * levels + program.nb_registers +
+                                program.inputs.size() + m_setting->scenarios.size();
+    std::uint64_t const per_chunk = trials_per_chunk(plan);
+    std::uint64_t const chunks = plan.trials / per_chunk + (plan.trials % per_chunk == 0 ? 0 : 1);
+    std::size_t const affordable = c_most_columns / std::max<std::size_t>(columns, 1);
+    return std::max<std::uint64_t>(std::min<std::uint64_t>({plan.nb_threads, chunks, affordable}),
+                                   1);
+}
+
 void Sequence::serve() {
-    std::size_t const nb_threads = m_setting->plan.nb_threads;
-    if (nb_threads <= 1) {
+    std::size_t const nb_workers = c_get_nb_workers();
+    if (nb_workers == 1) {
         Worker worker(*m_setting);
         serve(worker);
         return;
     }
     std::vector<std::unique_ptr<Worker>> workers;
-    for (std::size_t i = 0; i < nb_threads; ++i)
+    for (std::size_t i = 0; i < nb_workers; ++i)
         workers.push_back(std::make_unique<Worker>(*m_setting));
     std::vector<std::jthread> threads;
     for (auto& worker : workers) threads.emplace_back([&] { serve(*worker); });

@@ -72,7 +72,7 @@ struct Plan {
     std::size_t normals_per_trial;
     std::size_t nb_factors;  ///< of a step
     double antithetic_factor;
-    std::size_t nb_threads;  ///< at least 1
+    std::size_t nb_threads;  ///< the most
 };
 
 /// The results of all trials, the same to the last bit for every number of threads. `states[0]` is
