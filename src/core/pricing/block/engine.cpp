@@ -223,7 +223,8 @@ void Worker::evaluate(double const* normals, std::size_t count) {
 }
 
 void Worker::evaluate_side(double weight, double sign, std::size_t count) {
-    auto const& [program, scenarios] = std::tie(m_setting->program, m_setting->scenarios);
+    auto const& program = m_setting->program;
+    auto const& scenarios = m_setting->scenarios;
     auto const& kernels = m_setting->kernels;
     for (std::size_t u = 0; u < m_setting->readings.size(); ++u) {
         bool const keeps_growth = m_setting->readings[u].keeps_growth;
