@@ -6,14 +6,12 @@
 
 #include <cmath>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "baseline.hpp"
 #include "core/contract/cashflow.hpp"
 #include "core/contract/contract.hpp"
-#include "core/contract/reflection.hpp"
 #include "core/data/cache.hpp"
 #include "core/data/correlation.hpp"
 #include "core/data/curves/forward_curve.hpp"
@@ -23,6 +21,7 @@
 #include "core/modeling/mc_helper.hpp"
 #include "core/modeling/model.hpp"
 #include "core/pricing/pricer.hpp"
+#include "tree_writer.hpp"
 
 namespace {
 
@@ -33,6 +32,7 @@ using Pricing::PricerOptions;
 using Pricing::PricingMethod;
 using ximBench::Best;
 using ximBench::seconds;
+using ximBench::TreeWriter;
 
 Toolbox::Date const today(2023, 1, 2);
 constexpr std::size_t c_max_shares = 10;
@@ -76,48 +76,26 @@ void make_market() {
 }
 
 /// The contract node by node: 100 x max(average over the dates - 1, 0), paid on the last one.
-class Tree {
- public:
-    std::shared_ptr<Contract::CashFlow> build(Payoff payoff, std::size_t shares,
+std::shared_ptr<Contract::CashFlow> make_tree(Payoff payoff, std::size_t shares,
                                               std::size_t dates) {
-        int average = -1;
-        auto date = today;
-        for (std::size_t k = 0; k < dates; ++k) {
-            for (int day = 0; day < 18; ++day) ++date;
-            int level = -1;
-            for (std::size_t u = 0; u < shares; ++u) {
-                int const fixing = amount(28, ticker(u), Toolbox::Date(date).c_str(), "");
-                int const performance = amount(21, fixing, spot(u));
-                int const fold = payoff == Payoff::basket ? 0 : 3;
-                level = level < 0 ? performance : amount(fold, level, performance);
-            }
-            average = average < 0 ? level : amount(0, average, level);
+    TreeWriter tree;
+    int average = -1;
+    auto date = today;
+    for (std::size_t k = 0; k < dates; ++k) {
+        for (int day = 0; day < 18; ++day) ++date;
+        int level = -1;
+        for (std::size_t u = 0; u < shares; ++u) {
+            int const fixing = tree.amount(28, ticker(u), Toolbox::Date(date).c_str(), "");
+            int const performance = tree.amount(21, fixing, spot(u));
+            int const fold = payoff == Payoff::basket ? 0 : 3;
+            level = level < 0 ? performance : tree.amount(fold, level, performance);
         }
-        double const count = static_cast<double>(dates) *
-                             (payoff == Payoff::basket ? static_cast<double>(shares) : 1.0);
-        int const call = amount(22, amount(26, amount(21, average, count), 1), 0);
-        int const scaled = amount(24, call, 100);
-        m_tree.nodes.push_back({'c', 0, 5, join(scaled, Toolbox::Date(date).c_str(), "EUR", 1)});
-        m_tree.cashflows = 1;
-        std::shared_ptr<Contract::CashFlow> root;
-        return Contract::reflect_contract(m_tree, root) ? root : nullptr;
+        average = average < 0 ? level : tree.amount(0, average, level);
     }
-
- private:
-    static std::string join(auto const&... fields) {
-        std::ostringstream text;
-        char const* separator = "";
-        ((text << separator << fields, separator = ","), ...);
-        return text.str();
-    }
-    int amount(int op, auto const&... fields) {
-        auto const id = static_cast<int>(m_tree.amounts++);
-        m_tree.nodes.push_back({'a', id, op, join(fields...)});
-        return id;
-    }
-
-    Contract::EncodedTree m_tree;
-};
+    double const count =
+        static_cast<double>(dates) * (payoff == Payoff::basket ? static_cast<double>(shares) : 1.0);
+    return tree.pay_call(average, count, date);
+}
 
 /// One run from scratch; null after a failure.
 std::unique_ptr<Pricing::Pricer> price(Contract::Contract& contract, PricingMethod method,
@@ -159,7 +137,7 @@ void adjoint_case(benchmark::State& state, Payoff payoff, std::size_t shares, st
     MCPricerOptions::s_options = {.trials = trials};
     Contract::Contract contract(today, "EUR");
     auto const model = Modeling::get_model(today, Modeling::ModelName::black_scholes);
-    if (!contract.set(Tree().build(payoff, shares, dates)) || !contract.get_dependencies() ||
+    if (!contract.set(make_tree(payoff, shares, dates)) || !contract.get_dependencies() ||
         !model->get_dependencies(contract)) {
         state.SkipWithError("no contract");
         return;

@@ -6,13 +6,11 @@
 #include <sys/resource.h>
 
 #include <memory>
-#include <sstream>
 #include <string>
 
 #include "baseline.hpp"
 #include "core/contract/cashflow.hpp"
 #include "core/contract/contract.hpp"
-#include "core/contract/reflection.hpp"
 #include "core/data/cache.hpp"
 #include "core/data/correlation.hpp"
 #include "core/data/curves/forward_curve.hpp"
@@ -22,6 +20,7 @@
 #include "core/modeling/mc_helper.hpp"
 #include "core/modeling/model.hpp"
 #include "core/pricing/pricer.hpp"
+#include "tree_writer.hpp"
 
 namespace {
 
@@ -32,6 +31,7 @@ using Pricing::PricerOptions;
 using ximBench::Best;
 using ximBench::Case;
 using ximBench::seconds;
+using ximBench::TreeWriter;
 
 Toolbox::Date const today(2023, 1, 2);
 constexpr std::array<char const*, 3> c_tickers{"A", "B", "C"};
@@ -67,46 +67,22 @@ void make_market() {
 }
 
 /// The payoff node by node.
-class Tree {
- public:
-    std::shared_ptr<Contract::CashFlow> build(Case const& what) {
-        int average = -1;
-        auto date = today;
-        for (std::size_t k = 0; k < what.nb_dates; ++k) {
-            for (int day = 0; day < what.days_between_dates; ++day)
-                ++date;  // a long step would wrap
-            int least = -1;
-            for (std::size_t u = 0; u < what.nb_underlyings; ++u) {
-                int const fixing = amount(28, c_tickers[u], Toolbox::Date(date).c_str(), "");
-                int const performance = amount(21, fixing, ximBench::test_market.spots[u]);
-                least = least < 0 ? performance : amount(3, least, performance);
-            }
-            average = average < 0 ? least : amount(0, average, least);
+std::shared_ptr<Contract::CashFlow> make_tree(Case const& what) {
+    TreeWriter tree;
+    int average = -1;
+    auto date = today;
+    for (std::size_t k = 0; k < what.nb_dates; ++k) {
+        for (int day = 0; day < what.days_between_dates; ++day) ++date;  // a long step would wrap
+        int least = -1;
+        for (std::size_t u = 0; u < what.nb_underlyings; ++u) {
+            int const fixing = tree.amount(28, c_tickers[u], Toolbox::Date(date).c_str(), "");
+            int const performance = tree.amount(21, fixing, ximBench::test_market.spots[u]);
+            least = least < 0 ? performance : tree.amount(3, least, performance);
         }
-        int const mean = amount(21, average, what.nb_dates);
-        int const call = amount(22, amount(26, mean, 1), 0);
-        int const scaled = amount(24, call, 100);
-        m_tree.nodes.push_back({'c', 0, 5, join(scaled, Toolbox::Date(date).c_str(), "EUR", 1)});
-        m_tree.cashflows = 1;
-        std::shared_ptr<Contract::CashFlow> root;
-        return Contract::reflect_contract(m_tree, root) ? root : nullptr;
+        average = average < 0 ? least : tree.amount(0, average, least);
     }
-
- private:
-    static std::string join(auto const&... fields) {
-        std::ostringstream text;
-        char const* separator = "";
-        ((text << separator << fields, separator = ","), ...);
-        return text.str();
-    }
-    int amount(int op, auto const&... fields) {
-        auto const id = static_cast<int>(m_tree.amounts++);
-        m_tree.nodes.push_back({'a', id, op, join(fields...)});
-        return id;
-    }
-
-    Contract::EncodedTree m_tree;
-};
+    return tree.pay_call(average, static_cast<double>(what.nb_dates), date);
+}
 
 /// One run from scratch; its price.
 double price(Contract::Contract& contract) {
@@ -126,7 +102,7 @@ void simulate_case(benchmark::State& state, Case const& what, bool with_greeks, 
     greeks.delta.bump = greeks.gamma.bump = greeks.vega.bump = 100.0;
     Contract::Contract contract(today, "EUR");
     auto const model = Modeling::get_model(today, Modeling::ModelName::black_scholes);
-    if (!contract.set(Tree().build(what)) || !contract.get_dependencies() ||
+    if (!contract.set(make_tree(what)) || !contract.get_dependencies() ||
         !model->get_dependencies(contract)) {
         state.SkipWithError("no contract");
         return;

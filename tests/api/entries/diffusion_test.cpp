@@ -256,7 +256,7 @@ TEST_F(GetModelDiffusion, ATrajectoryOutsideTheRunIsRefused) {
 
 TEST_F(GetModelDiffusion, AnUnknownCurrencyIsRefused) {
     save_basket();
-    for (char const* currency : {"XXX", ""}) {
+    for (char const* currency : {"ZZZ", ""}) {
         auto asked = request(0);
         asked["Model"]["Diffusion"]["Currency"] = currency;
         auto const answer = call(asked);

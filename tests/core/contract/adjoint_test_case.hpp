@@ -2,7 +2,9 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <functional>
 #include <random>
 #include <vector>
 
@@ -11,6 +13,7 @@
 
 namespace ximCORE::Testing {
 
+using Pricing::SmoothingType;
 using Toolbox::AAD::SweepType;
 using Toolbox::AAD::Tape;
 using ximTest::Values;
@@ -175,5 +178,58 @@ class AdjointCase : public ContractCase {
         return nb_left_out;
     }
 };
+
+inline constexpr char const* c_fixing = "2023-07-02";
+inline constexpr char const* c_payment = "2024-01-01";
+
+/// Equal, infinities and NaN included.
+inline bool is_same(double a, double b) {
+    return a == b || (std::isnan(a) && std::isnan(b));
+}
+
+/// The derivatives of one payment by Spot(A) and Spot(B), in this order.
+class AdjointOf : public AdjointCase {
+ protected:
+    using Encode = std::function<int(Encoder&, int, int)>;
+
+    AdjointPath amount_sides(Encode const& encode) const {
+        Encoder encoder;
+        int const a = encoder.spot("A", c_fixing);
+        int const b = encoder.spot("B", c_fixing);
+        return sides(encoder.read(encoder.pay(encode(encoder, a, b), c_payment)));
+    }
+    void expect_amount(Encode const& encode) const { expect_adjoints(amount_sides(encode)); }
+
+    /// At one point, where differences may not exist; on both sides the same.
+    static Values at(AdjointPath& on, double a, double b) {
+        Tape tape;
+        Values point{a, b};
+        point.resize(on.cells.size());
+        on.set_sides(point, point);
+        on.forward(tape, false);
+        on.forward(tape, true);
+        Values const weights(on.flows.c_get_size(), 1.0);
+        on.backward(tape, true, weights);
+        on.backward(tape, false, weights);
+        EXPECT_TRUE(tape.c_is_empty());
+        Values const adjoints = on.get_adjoints(false);
+        for (std::size_t i = 0; i < adjoints.size(); ++i)
+            EXPECT_TRUE(is_same(adjoints[i], on.get_adjoints(true)[i])) << i;
+        return {adjoints[0], adjoints[1]};
+    }
+    /// Of the payment of 1 * A + 0 * B + amount, so that both are read, less these two.
+    Values at(Encode const& encode, double a, double b) const {
+        auto on = amount_sides([&](Encoder& encoder, int left, int right) {
+            int const nothing =
+                encoder.add(encoder.a(24, payload(left, 0)), encoder.a(24, payload(right, 0)));
+            return encoder.add(encode(encoder, left, right), nothing);
+        });
+        return at(on, a, b);
+    }
+};
+
+/// Every smoothing type.
+inline constexpr std::array c_smoothing_types{SmoothingType::NONE, SmoothingType::LOWER,
+                                              SmoothingType::SYMETRIC, SmoothingType::UPPER};
 
 }  // namespace ximCORE::Testing

@@ -214,10 +214,10 @@ TEST_F(ClosedForm, AChoiceIsRefusedWithItsDate) {
 
 TEST_F(ClosedForm, APaymentInAnUnknownCurrencyIsReported) {
     Encoder encoder;
-    auto const root = encoder.read(encoder.pay(encoder.number(1.0), c_one, "XXX"));
+    auto const root = encoder.read(encoder.pay(encoder.number(1.0), c_one, "ZZZ"));
     double result{};
     EXPECT_THAT([&] { EXPECT_FALSE(root->c_compute_closed_form_price(today, *eur, result)); },
-                LogsError("Cannot find currency XXX"));
+                LogsError("Cannot find currency ZZZ"));
 }
 
 // Leaves
