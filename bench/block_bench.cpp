@@ -111,7 +111,7 @@ BENCHMARK_CAPTURE(against_reference, european,
 BENCHMARK_CAPTURE(against_reference, asian, make_request(make_script(asian), false, c_many, 1))
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(against_reference, autocall, autocall_request(c_many / 4))
+BENCHMARK_CAPTURE(against_reference, autocall, autocall_request(c_many))
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(against_other, autocall_delta_vega,

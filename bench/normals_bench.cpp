@@ -39,15 +39,17 @@ void fill_cube(benchmark::State& state) {
     state.counters["ratio_to_standard"] = ours.c_get() / standard.c_get();
 }
 
-/// As the block engine consumes them: a piece at a time, none stored.
+/// As the block engine consumes them: a block of paths at a time, none stored.
 void vectors(benchmark::State& state) {
     namespace Block = ximCORE::Pricing::Block;
-    constexpr std::size_t piece = 4096;  // points, two normals each
+    constexpr std::size_t stride = 60;                        // normals of a path
+    constexpr std::size_t piece = stride * Block::lanes / 2;  // points, two normals each
     auto const nb_pieces = static_cast<std::size_t>(state.range(0)) / (2 * piece);
     auto const& kernels = Block::kernels();
     Block::Buffer x(piece + Block::PointSequence::s_slack);
     Block::Buffer y(piece + Block::PointSequence::s_slack);
-    Block::Buffer normals(2 * piece + 2 * Block::lanes);
+    Block::Buffer scratch(Block::scratch_size(stride));
+    Block::Buffer columns(stride * Block::lanes);
     Best ours;
     Best standard;
     for (auto _ : state) {
@@ -55,8 +57,9 @@ void vectors(benchmark::State& state) {
             Block::PointSequence points(kernels, 23051994);
             for (std::size_t i = 0; i < nb_pieces; ++i) {
                 points.draw(piece, x.get(), y.get());
-                kernels.make_normals(x.c_get(), y.c_get(), piece, normals.get());
-                benchmark::DoNotOptimize(normals.get());
+                kernels.make_columns(x.c_get(), y.c_get(), stride, stride, scratch.get(),
+                                     columns.get());
+                benchmark::DoNotOptimize(columns.get());
             }
         });
         ours.add(time);

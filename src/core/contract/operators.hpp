@@ -26,6 +26,8 @@ struct Functions<double> {
     static double div(double x, double y) { return x / y; }
     static double exp(double x) { return std::exp(x); }
     static double log(double x) { return std::log(x); }
+    static double max(double x, double y) { return x > y ? x : y; }
+    static double min(double x, double y) { return x < y ? x : y; }
     static double pow(double x, double y) { return std::pow(x, y); }
     static double sin(double x) { return std::sin(x); }
     static double sqrt(double x) { return std::sqrt(x); }
@@ -92,7 +94,7 @@ struct Max {
     static constexpr auto type = Type::max;
     template <class T>
     static T value(T x, T y) {
-        return x > y ? x : y;
+        return Functions<T>::max(x, y);
     }
     template <class T>
     static AdjointsOf<T> back(T a, T x, T y) {
@@ -104,7 +106,7 @@ struct Min {
     static constexpr auto type = Type::min;
     template <class T>
     static T value(T x, T y) {
-        return x < y ? x : y;
+        return Functions<T>::min(x, y);
     }
     template <class T>
     static AdjointsOf<T> back(T a, T x, T y) {

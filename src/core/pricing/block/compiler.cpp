@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <map>
+#include <numeric>
 #include <set>
 #include <unordered_map>
 
@@ -145,6 +146,7 @@ class Compiler final : public Contract::Emitter {
     Flows mix_body(Body const& body);
     Slot discount(short payment_rank, Slot amount);
 
+    void divide_cells();
     /// Steps that give the adjoints of all cells, at the end of the main part.
     void append_adjoints();
     void drop_unread(std::vector<Instruction>& all);
@@ -230,7 +232,7 @@ Slot Compiler::fixing(short fixing_rank, short underlying_rank) {
     if (is_new) {
         cell->second =
             new_value(Kind::cell, static_cast<std::uint32_t>(m_program.cells.size()), true);
-        m_program.cells.push_back({fixing_rank, underlying_rank});
+        m_program.cells.push_back({fixing_rank, underlying_rank, 1.0});
     }
     return cell->second;
 }
@@ -484,6 +486,42 @@ class Compiler::Writer final : public StepWriter {
     Compiler* m_compiler;
 };
 
+/// Where all readers of a level divide it by the same number, as performances do, the cell is that
+/// quotient: the forward is divided once for all paths.
+void Compiler::divide_cells() {
+    constexpr Slot nobody = static_cast<Slot>(-1);
+    std::vector<std::optional<Slot>> divisors(m_values.size());  // of cells: the one, or nobody
+    auto const is_quotient = [&](Instruction const& i) {
+        if (i.code != code_of<op::Div>() || m_values[i.a].kind != Kind::cell) return false;
+        double const divisor = std::abs(find_constant(i.b).value_or(0.0));
+        return divisor > 1e-100 && divisor < 1e100;
+    };
+    auto const for_all = [&](auto&& visit) {
+        for (auto* steps : {&m_prologue, &m_main})
+            for (auto& i : *steps) visit(i);
+    };
+    for_all([&](Instruction& i) {
+        bool const divides = is_quotient(i);
+        for_each_operand(i, m_program.operands, [&](std::uint32_t slot) {
+            if (m_values[slot].kind != Kind::cell) return;
+            Slot const divisor = divides ? i.b : nobody;
+            divisors[slot] = divisors[slot].value_or(divisor) == divisor ? divisor : nobody;
+        });
+    });
+    std::vector<Slot> stands_for(m_values.size());
+    std::iota(stands_for.begin(), stands_for.end(), Slot{});
+    for_all([&](Instruction& i) {
+        if (is_quotient(i) && divisors[i.a] != nobody) stands_for[i.to] = i.a;
+    });
+    for_all([&](Instruction& i) {
+        for_each_operand(i, m_program.operands,
+                         [&](std::uint32_t& slot) { slot = stands_for[slot]; });
+    });
+    for (auto const& [place, slot] : m_cells)
+        if (divisors[slot].value_or(nobody) != nobody)
+            m_program.cells[m_values[slot].position].divisor = *find_constant(*divisors[slot]);
+}
+
 void Compiler::append_adjoints() {
     std::vector<Slot> cells(m_cells.size());
     for (auto const& [place, slot] : m_cells) cells[m_values[slot].position] = slot;
@@ -602,6 +640,7 @@ void Compiler::place_registers(std::vector<Instruction>& all, std::size_t prolog
 }
 
 std::optional<Program> Compiler::finish() {
+    if (!m_is_refused) divide_cells();
     if (m_settings->with_adjoints && !m_is_refused) append_adjoints();
     if (m_is_refused) return std::nullopt;
     auto all = m_prologue;

@@ -1,9 +1,11 @@
 #include "core/pricing/block/engine.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <numbers>
 #include <thread>
 
 #include "core/modeling/mc_helper.hpp"
@@ -14,6 +16,9 @@
 namespace ximCORE::Pricing::Block {
 
 namespace {
+
+/// No normal is larger in size: the points next to the centre give 12.13.
+constexpr double c_largest_normal = 12.2;
 
 /// Normals that a thread draws at a time, about: with their points they fit the second-level cache.
 constexpr std::size_t c_normals_per_chunk = 16'384;
@@ -49,6 +54,38 @@ Change change_of(State const& state, State const& central, std::size_t underlyin
                                                                       : Change::forward;
 }
 
+/// A path as the loops take it, in powers of two; see `Evolution`.
+struct Steps {
+    std::vector<double> weights;   ///< [step][loading]
+    std::vector<double> drifts;    ///< [step]; empty where the forwards hold them
+    std::vector<double> forwards;  ///< [step]: what the growth is multiplied by
+
+    /// Takes the first `nb_steps` of a path.
+    void set_path(State::Path const& path, std::size_t nb_steps);
+    void set_forwards(State::Path const& path, std::vector<double> const& levels);
+};
+
+void Steps::set_path(State::Path const& path, std::size_t nb_steps) {
+    double farthest = 0.0;
+    for (std::size_t k = 0; k < nb_steps; ++k) {
+        for (double const loading : path.loadings) {
+            weights.push_back(path.diffusions[k] * loading / std::numbers::ln2);
+            farthest += c_largest_normal * std::abs(weights.back());
+        }
+        drifts.push_back(path.drifts[k] / std::numbers::ln2);
+        farthest += std::abs(drifts.back());
+    }
+    if (farthest < 1000.0) drifts.clear();  // not for what is no number
+}
+
+void Steps::set_forwards(State::Path const& path, std::vector<double> const& levels) {
+    forwards = levels;
+    if (!drifts.empty()) return;
+    double drift = 0.0;
+    for (std::size_t k = 0; k < forwards.size(); ++k)
+        forwards[k] *= std::exp(drift += path.drifts[k]);
+}
+
 /// What no thread changes.
 struct Setting {
     Setting(Program const& a_program, std::vector<State> const& a_states,
@@ -61,7 +98,7 @@ struct Setting {
           plan(a_plan),
           readings(a_states[0].paths.size()),
           constants(program.constants.size() * lanes) {
-        for (auto const& [fixing, underlying] : program.cells) {
+        for (auto const& [fixing, underlying, divisor] : program.cells) {
             auto& [is_read, positions, keeps] = readings.at(static_cast<std::size_t>(underlying));
             auto const position = static_cast<std::size_t>(fixing);
             if (is_read.size() <= position) is_read.resize(position + 1, 0);
@@ -72,12 +109,33 @@ struct Setting {
         for (std::size_t i = 0; i < program.constants.size(); ++i)
             std::fill_n(constants.column(i), lanes, program.constants[i]);
         if (readings.empty()) return;
+        set_steps();
+    }
+
+    /// How each state differs from the central one, and the paths of its own.
+    void set_steps() {
         changes = Toolbox::Array2D<Change>(states.size(), readings.size());
+        steps = Toolbox::Array2D<Steps>(states.size(), readings.size());
         for (std::size_t s = 0; s < states.size(); ++s)
             for (std::size_t u = 0; u < readings.size(); ++u) {
+                auto const& path = states[s].paths[u];
+                auto& own = steps.unsafe_get(s, u);
                 Change const change = change_of(states[s], states[0], u);
                 changes.unsafe_get(s, u) = change;
-                if (change == Change::forward) readings[u].keeps_growth = keeps_growth = true;
+                if (change == Change::forward) {
+                    readings[u].keeps_growth = keeps_growth = true;
+                    own.drifts = steps.unsafe_get(0, u).drifts;
+                } else if (s == 0 || change == Change::path) {
+                    own.set_path(path, readings[u].is_read.size());
+                } else {
+                    continue;
+                }
+                own.set_forwards(path, states[s].forwards[u]);
+            }
+        for (auto const& [fixing, underlying, divisor] : program.cells)
+            for (std::size_t s = 0; s < states.size(); ++s) {
+                auto& forwards = steps.unsafe_get(s, static_cast<std::size_t>(underlying)).forwards;
+                if (!forwards.empty()) forwards.at(static_cast<std::size_t>(fixing)) /= divisor;
             }
     }
 
@@ -89,6 +147,7 @@ struct Setting {
     Kernels const& kernels = Block::kernels();
     std::vector<Reading> readings;     ///< [underlying]
     Toolbox::Array2D<Change> changes;  ///< [state][underlying]
+    Toolbox::Array2D<Steps> steps;     ///< likewise; none where the path is the central one
     bool keeps_growth{false};          ///< of any underlying
     std::size_t nb_dates{0};           ///< up to the last one read
     Buffer constants;
@@ -131,12 +190,12 @@ class Worker {
     using Columns = std::vector<double*>;
 
     /// The first `count` paths of a block count.
-    void evaluate(double const* normals, std::size_t count);
+    void evaluate(std::size_t count);
     void evaluate_side(double weight, double sign, std::size_t count);
     /// Points the cells at the values of a state.
     void move_to(std::size_t state, double sign);
-    /// The growth of an underlying in a state, or with `forwards` its levels.
-    void evolve(std::size_t state, std::size_t underlying, double sign, double const* forwards,
+    /// The levels of an underlying in a state, or its growth alone.
+    void evolve(std::size_t state, std::size_t underlying, double sign, bool growth_alone,
                 double* columns);
     /// The levels of an underlying in a state, from its central growth.
     void multiply(std::size_t state, std::size_t underlying, double* levels);
@@ -149,15 +208,15 @@ class Worker {
     Setting* m_setting;
     Buffer m_x;
     Buffer m_y;
-    Buffer m_paths;           ///< normals of a block as drawn, [path][step][factor]
+    Buffer m_scratch;
     Buffer m_normals;         ///< columns [step][factor]
     Buffer m_central_levels;  ///< columns [underlying][fixing date]; likewise the two below
     Buffer m_central_growth;
     Buffer m_levels;  ///< of a state that differs
     Buffer m_inputs;
     Buffer m_registers;
-    Columns m_columns;  ///< of the program
-    std::vector<double> m_loadings;
+    Columns m_columns;                                  ///< of the program
+    std::size_t m_state{static_cast<std::size_t>(-1)};  ///< whose levels the cells stand for
     Values m_values;
     Descents m_descents;
     Totals m_totals;
@@ -168,7 +227,7 @@ Worker::Worker(Setting& setting)
       m_x(points_for(trials_per_chunk(setting.plan) * setting.plan.normals_per_trial) +
           PointSequence::s_slack),
       m_y(m_x.c_get_size()),
-      m_paths(setting.plan.normals_per_trial * lanes + 2 * lanes),
+      m_scratch(scratch_size(setting.plan.normals_per_trial)),
       m_normals(setting.nb_dates * setting.plan.nb_factors * lanes),
       m_central_levels(setting.readings.size() * setting.nb_dates * lanes),
       m_central_growth(setting.keeps_growth ? m_central_levels.c_get_size() : 0),
@@ -187,10 +246,6 @@ Worker::Worker(Setting& setting)
     append(m_inputs, program.inputs.size());
     m_columns.resize(program.c_get_first_register(), nullptr);
     append(m_registers, program.nb_registers);
-    std::size_t factors = 1;
-    for (auto const& state : setting.states)
-        for (auto const& path : state.paths) factors = std::max(factors, path.loadings.size());
-    m_loadings.resize(factors);
     std::fill_n(m_x.get(), m_x.c_get_size(), 0.5);  // whole vectors are read
     std::fill_n(m_y.get(), m_y.c_get_size(), 0.5);
 }
@@ -198,23 +253,26 @@ Worker::Worker(Setting& setting)
 void Worker::work(std::size_t count) {
     auto const& [plan, kernels] = std::tie(m_setting->plan, m_setting->kernels);
     std::ranges::fill(m_totals.results, Observations());
+    // paths of the last block that do not count have points too
+    std::size_t const drawn = points_for(count * plan.normals_per_trial);
+    std::size_t const used =
+        points_for((count + lanes - 1) / lanes * lanes * plan.normals_per_trial);
+    std::fill_n(m_x.get() + drawn, used - drawn, 0.5);
+    std::fill_n(m_y.get() + drawn, used - drawn, 0.5);
     for (std::size_t first = 0; first < count; first += lanes) {
         std::size_t const here = std::min(lanes, count - first);
         std::size_t const point = first * plan.normals_per_trial / 2;  // a whole number of points
-        std::size_t const normals = here * plan.normals_per_trial;
-        kernels.make_normals(m_x.get() + point, m_y.get() + point, points_for(normals),
-                             m_paths.get());
-        std::fill_n(m_paths.get() + normals, (lanes - here) * plan.normals_per_trial, 0.0);
-        evaluate(m_paths.c_get(), here);
+        kernels.make_columns(m_x.get() + point, m_y.get() + point, plan.normals_per_trial,
+                             m_setting->nb_dates * plan.nb_factors, m_scratch.get(),
+                             m_normals.get());
+        evaluate(here);
         m_setting->reduction.reduce(m_values, here, m_totals.results);
     }
     m_descents.take(m_totals.sums);
 }
 
-void Worker::evaluate(double const* normals, std::size_t count) {
+void Worker::evaluate(std::size_t count) {
     auto const& plan = m_setting->plan;
-    m_setting->kernels.transpose(normals, plan.normals_per_trial,
-                                 m_setting->nb_dates * plan.nb_factors, m_normals.get());
     for (std::size_t s = 0; s < m_setting->scenarios.size(); ++s)
         std::fill_n(m_values.get(s), lanes, 0.0);
     double const a = plan.antithetic_factor;
@@ -228,7 +286,7 @@ void Worker::evaluate_side(double weight, double sign, std::size_t count) {
     auto const& kernels = m_setting->kernels;
     for (std::size_t u = 0; u < m_setting->readings.size(); ++u) {
         bool const keeps_growth = m_setting->readings[u].keeps_growth;
-        evolve(0, u, sign, keeps_growth ? nullptr : m_setting->states[0].forwards[u].data(),
+        evolve(0, u, sign, keeps_growth,
                column_of(keeps_growth ? m_central_growth : m_central_levels, u));
         if (keeps_growth) multiply(0, u, column_of(m_central_levels, u));
     }
@@ -265,16 +323,14 @@ void Worker::set_seed(double seed, std::size_t count) {
 }
 
 void Worker::move_to(std::size_t state, double sign) {
-    auto const& [program, states] = std::tie(m_setting->program, m_setting->states);
-    auto const& changes = m_setting->changes;
+    auto const& [program, changes] = std::tie(m_setting->program, m_setting->changes);
     for (std::size_t u = 0; u < m_setting->readings.size(); ++u) {
         Change const change = changes.get(state, u);
-        if (change == Change::none) continue;
-        double* const levels = column_of(m_levels, u);
-        if (change == Change::path)
-            evolve(state, u, sign, states[state].forwards[u].data(), levels);
-        if (change == Change::forward) multiply(state, u, levels);
+        if (change == Change::path) evolve(state, u, sign, false, column_of(m_levels, u));
+        if (change == Change::forward) multiply(state, u, column_of(m_levels, u));
     }
+    if (m_state == state) return;
+    m_state = state;
     for (std::size_t i = 0; i < program.cells.size(); ++i) {
         auto const u = static_cast<std::size_t>(program.cells[i].underlying_rank);
         auto const date = static_cast<std::size_t>(program.cells[i].fixing_rank);
@@ -284,21 +340,22 @@ void Worker::move_to(std::size_t state, double sign) {
     }
 }
 
-void Worker::evolve(std::size_t state, std::size_t underlying, double sign, double const* forwards,
+void Worker::evolve(std::size_t state, std::size_t underlying, double sign, bool growth_alone,
                     double* columns) {
-    auto const& path = m_setting->states[state].paths[underlying];
-    auto const& reading = m_setting->readings[underlying];
-    if (reading.is_read.empty()) return;
-    for (std::size_t j = 0; j < path.loadings.size(); ++j) m_loadings[j] = sign * path.loadings[j];
-    m_setting->kernels.evolve({m_normals.c_get(), m_setting->plan.nb_factors, m_loadings.data(),
-                               path.loadings.size(), path.diffusions.data(), path.drifts.data(),
-                               reading.is_read.data(), reading.is_read.size(), forwards},
-                              columns);
+    auto const& is_read = m_setting->readings[underlying].is_read;
+    if (is_read.empty()) return;
+    auto const& steps = m_setting->steps.unsafe_get(state, underlying);
+    m_setting->kernels.evolve(
+        {m_normals.c_get(), m_setting->plan.nb_factors, steps.weights.data(),
+         steps.weights.size() / is_read.size(),
+         steps.drifts.empty() ? nullptr : steps.drifts.data(), is_read.data(), is_read.size(),
+         growth_alone ? nullptr : steps.forwards.data(), sign < 0.0},
+        columns);
 }
 
 void Worker::multiply(std::size_t state, std::size_t underlying, double* levels) {
     double const* const growth = column_of(m_central_growth, underlying);
-    auto const& forwards = m_setting->states[state].forwards[underlying];
+    auto const& forwards = m_setting->steps.unsafe_get(state, underlying).forwards;
     for (std::size_t const date : m_setting->readings[underlying].positions)
         m_setting->kernels.multiply(growth + date * lanes, forwards[date], levels + date * lanes);
 }

@@ -31,7 +31,8 @@ class Values {
 
 /// The market of a state, as far as paths and payments see it.
 struct State {
-    /// The path of one underlying, see `Evolution`; without normals.
+    /// The path of one underlying: x += diffusion[step] sum_j loading[j] z[step][j] + drift[step],
+    /// and the level is e^x times the forward.
     struct Path {
         std::vector<double> loadings;
         std::vector<double> diffusions;

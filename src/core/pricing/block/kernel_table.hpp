@@ -15,8 +15,18 @@ void map(double const* x, std::size_t count, double* y) {
 }
 
 constexpr Kernels make_kernels(std::string_view name) {
-    return {name,    draw_points, make_normals, transpose,        evolve,        multiply,
-            descend, run,         observe,      map<exponential>, map<logarithm>};
+    return {name,
+            draw_points,
+            make_columns,
+            evolve,
+            multiply,
+            descend,
+            run,
+            observe,
+            map<exponential>,
+            map<power_of_two>,
+            map<small_power_of_two>,
+            map<logarithm>};
 }
 
 }  // namespace

@@ -15,17 +15,17 @@ namespace ximCORE::Pricing::Block {
 struct Listing;
 
 /// The path of one underlying, from the normals of a block to its growth since the start:
-///     x += diffusion[step] sum_j loading[j] z[step][j] + drift[step],   growth[step] = exp(x).
+///     x += sum_j weight[step][j] z[step][j] + drift[step],   growth[step] = 2^x.
 struct Evolution {
-    double const* normals;    ///< columns [step][factor]
-    std::size_t nb_factors;   ///< columns of a step
-    double const* loadings;   ///< the underlying's row of the factor of the correlations, from 1 on
-    std::size_t nb_loadings;  ///< at least 1
-    double const* diffusions;      ///< [step]
-    double const* drifts;          ///< [step]
+    double const* normals;         ///< columns [step][factor]
+    std::size_t nb_factors;        ///< columns of a step
+    double const* weights;         ///< [step][factor], of as many factors as the underlying reads
+    std::size_t nb_weights;        ///< of a step
+    double const* drifts;          ///< [step]; null: none, and no x is larger than 1000 in size
     unsigned char const* is_read;  ///< [step]: whether the growth is wanted
     std::size_t nb_steps;
     double const* forwards{nullptr};  ///< [step]: the growth is multiplied by it; null for 1
+    bool is_mirrored{false};          ///< with the normals' opposites
 };
 
 /// The same path backward, from the derivatives of the result by the levels of the underlying. With
@@ -62,6 +62,11 @@ struct Observations {
     }
 };
 
+/// Places that `Kernels::make_columns` works in.
+[[nodiscard]] constexpr std::size_t scratch_size(std::size_t stride) {
+    return 8 * stride + 64;
+}
+
 /// The loops for one kind of processor. Nothing allocates, locks or throws.
 struct Kernels {
     std::string_view name;  ///< "portable", "AVX2" or "AVX-512"
@@ -69,13 +74,11 @@ struct Kernels {
     /// Moves the generator on by one block and writes the points of the disc in order; answers how
     /// many. Up to 8 places behind them are overwritten.
     std::size_t (*draw_points)(std::uint64_t* state, double* x, double* y);
-    /// Two normals for each point, y m and then x m, with m = sqrt(-2 ln r^2 / r^2). Reads and
-    /// writes whole vectors: up to 7 points and 14 normals behind.
-    void (*make_normals)(double const* x, double const* y, std::size_t nb_points, double* normals);
-    /// Columns [0, nb_columns) of `lanes` paths that stand one behind the other, `stride` values
-    /// each.
-    void (*transpose)(double const* paths, std::size_t stride, std::size_t nb_columns,
-                      double* columns);
+    /// Columns [0, nb_columns) of the normals of `lanes` paths, of which each takes the next
+    /// `stride` ones. A point gives two, y m and then x m, with m = sqrt(-2 ln r^2 / r^2). Reads up
+    /// to 7 points behind those of all paths; `scratch` has `scratch_size` places.
+    void (*make_columns)(double const* x, double const* y, std::size_t stride,
+                         std::size_t nb_columns, double* scratch, double* columns);
     /// The columns [step] of the growth of one underlying, or of its levels with forwards; those
     /// that nobody reads are not written.
     void (*evolve)(Evolution const& evolution, double* growth);
@@ -90,6 +93,8 @@ struct Kernels {
 
     /// The functions of `elementary.hpp` on arrays, `count` a multiple of `lanes`; for tests.
     void (*exponential)(double const* x, std::size_t count, double* y);
+    void (*power_of_two)(double const* x, std::size_t count, double* y);
+    void (*small_power_of_two)(double const* x, std::size_t count, double* y);
     void (*logarithm)(double const* x, std::size_t count, double* y);
 };
 

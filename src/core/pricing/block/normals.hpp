@@ -21,6 +21,8 @@ class PointSequence {
     /// 64-bit outputs of one step of the generator, and the points that these can give.
     static constexpr std::size_t s_block_words = 312;
     static constexpr std::size_t s_block_points = s_block_words / 2;
+    /// Words behind them, for loads of whole vectors.
+    static constexpr std::size_t s_padding = 8;
     /// Places behind the last point asked for that `draw` may overwrite.
     static constexpr std::size_t s_slack = s_block_points + 8;
 
@@ -31,8 +33,8 @@ class PointSequence {
 
  private:
     Kernels const* m_kernels;
-    alignas(64) std::array<std::uint64_t, s_block_words + 8> m_state{};  // padded for vector loads
-    std::array<double, s_slack> m_x{};                                   ///< points drawn ahead
+    alignas(64) std::array<std::uint64_t, s_block_words + s_padding> m_state{};
+    std::array<double, s_slack> m_x{};  ///< points drawn ahead
     std::array<double, s_slack> m_y{};
     std::size_t m_ahead{0};
 };

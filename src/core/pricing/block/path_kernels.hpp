@@ -1,5 +1,5 @@
-// Paths of vectors, for kernel files: from normals in the order of their draw to the growth of an
-// underlying at its fixing dates.
+// Paths of vectors, for kernel files: from columns of normals to the growth of an underlying at its
+// fixing dates.
 
 #pragma once
 
@@ -9,53 +9,40 @@
 namespace ximCORE::Pricing::Block {
 namespace {
 
-/// A square of vectors turned round its diagonal: each round moves one bit of the row number into
-/// the column number.
-void turn(Reals (&rows)[c_width]) {
-    for (std::size_t round = 1; round < c_width; round *= 2) {
-        Reals turned[c_width];
-        for (std::size_t i = 0; i < c_width / 2; ++i) {
-            turned[2 * i] = interleave_first(rows[i], rows[i + c_width / 2]);
-            turned[2 * i + 1] = interleave_second(rows[i], rows[i + c_width / 2]);
+/// Many vectors together share the reading of the weights and hide each other's waiting.
+template <bool is_mirrored, bool has_drifts, auto power>
+void evolve(Evolution const& evolution, double* growth) {
+    auto const& e = evolution;
+    constexpr std::size_t together = lanes / c_width < 8 ? lanes / c_width : 8;
+    for (std::size_t lane = 0; lane < lanes; lane += together * c_width) {
+        double const* normals = e.normals + lane;
+        double const* weights = e.weights;
+        Reals x[together]{};
+        for (std::size_t step = 0; step < e.nb_steps; ++step) {
+            if constexpr (has_drifts)
+                for (auto& value : x) value += e.drifts[step];
+            for (std::size_t j = 0; j < e.nb_weights; ++j) {
+                Reals const weight = spread(is_mirrored ? -weights[j] : weights[j]);
+                for (std::size_t i = 0; i < together; ++i)
+                    x[i] = multiply_add(weight, load(normals + j * lanes + i * c_width), x[i]);
+            }
+            normals += e.nb_factors * lanes;
+            weights += e.nb_weights;
+            if (!e.is_read[step]) continue;
+            double* const to = growth + step * lanes + lane;
+            Reals const forward = spread(e.forwards == nullptr ? 1.0 : e.forwards[step]);
+            for (std::size_t i = 0; i < together; ++i)
+                store(to + i * c_width, power(x[i]) * forward);
         }
-        for (std::size_t i = 0; i < c_width; ++i) rows[i] = turned[i];
     }
-}
-
-void transpose(double const* paths, std::size_t stride, std::size_t nb_columns, double* columns) {
-    std::size_t const whole = nb_columns / c_width * c_width;
-    for (std::size_t lane = 0; lane < lanes; lane += c_width) {
-        double const* const first = paths + lane * stride;
-        for (std::size_t column = 0; column < whole; column += c_width) {
-            Reals square[c_width];
-            for (std::size_t i = 0; i < c_width; ++i) square[i] = load(first + i * stride + column);
-            turn(square);
-            for (std::size_t i = 0; i < c_width; ++i)
-                store(columns + (column + i) * lanes + lane, square[i]);
-        }
-    }
-    for (std::size_t column = whole; column < nb_columns; ++column)
-        for (std::size_t lane = 0; lane < lanes; ++lane)
-            columns[column * lanes + lane] = paths[lane * stride + column];
 }
 
 void evolve(Evolution const& evolution, double* growth) {
-    auto const& e = evolution;
-    for (std::size_t lane = 0; lane < lanes; lane += c_width) {
-        double const* normals = e.normals + lane;
-        Reals x{};
-        for (std::size_t step = 0; step < e.nb_steps; ++step) {
-            Reals w = spread(e.loadings[0]) * load(normals);
-            for (std::size_t j = 1; j < e.nb_loadings; ++j)
-                w = multiply_add(spread(e.loadings[j]), load(normals + j * lanes), w);
-            normals += e.nb_factors * lanes;
-            x += multiply_add(w, spread(e.diffusions[step]), spread(e.drifts[step]));
-            if (!e.is_read[step]) continue;
-            Reals const factor = exponential(x);
-            store(growth + step * lanes + lane,
-                  e.forwards == nullptr ? factor : factor * e.forwards[step]);
-        }
-    }
+    if (evolution.drifts != nullptr)
+        return evolution.is_mirrored ? evolve<true, true, power_of_two>(evolution, growth)
+                                     : evolve<false, true, power_of_two>(evolution, growth);
+    return evolution.is_mirrored ? evolve<true, false, small_power_of_two>(evolution, growth)
+                                 : evolve<false, false, small_power_of_two>(evolution, growth);
 }
 
 void multiply(double const* values, double factor, double* products) {

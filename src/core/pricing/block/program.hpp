@@ -111,9 +111,11 @@ struct Program {
         /// The adjoint of the result, which differs from path to path: 0 behind the last one.
         [[nodiscard]] bool c_is_seed() const { return place == nullptr && payment_rank < 0; }
     };
+    /// A level, or its quotient with a number: what the program reads.
     struct Cell {
         short fixing_rank;
         short underlying_rank;
+        double divisor{1.0};
     };
 
     std::vector<Instruction> prologue;  ///< what no input moves; run once for a block of paths

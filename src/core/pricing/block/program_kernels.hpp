@@ -19,6 +19,8 @@ struct Functions<Pricing::Block::Reals> {
     static Reals div(Reals x, Reals y) { return Pricing::Block::divide(x, y); }
     static Reals exp(Reals x) { return Pricing::Block::exponential(x); }
     static Reals log(Reals x) { return Pricing::Block::logarithm(x); }
+    static Reals max(Reals x, Reals y) { return Pricing::Block::greatest(x, y); }
+    static Reals min(Reals x, Reals y) { return Pricing::Block::least(x, y); }
     static Reals pow(Reals x, Reals y) {
         for (std::size_t i = 0; i < Pricing::Block::c_width; ++i) x[i] = __builtin_pow(x[i], y[i]);
         return x;

@@ -102,6 +102,7 @@ class CompilerTest : public BothEnginesTest {
     std::unique_ptr<Contract::Contract> priced;
 };
 
+constexpr Code c_div = code_of<op::Div>();
 constexpr Code c_mul = code_of<op::Mul>();
 
 TEST_F(CompilerTest, NumbersAreFolded) {
@@ -288,6 +289,47 @@ TEST_F(CompilerTest, StepsThatNoInputMovesStandInThePrologue) {
     EXPECT_EQ(program->prologue.size(), 2U);
     EXPECT_EQ(program->prologue.back().code, Code::end);
     EXPECT_EQ(program->body.back().code, Code::end);
+}
+
+TEST_F(CompilerTest, ALevelThatIsOnlyReadAsAPerformanceIsDividedWithItsForward) {
+    auto const performance = [&](std::string const& ticker, double start) {
+        return tree.right(TreeBuilder::div_number, tree.fixing(ticker, one_year), start);
+    };
+    auto const worst = [&] {
+        return tree.binary(TreeBuilder::min, performance("A", 100.0), performance("B", 64.0));
+    };
+    int const coupon = tree.condition(tree.compare(TreeBuilder::greater, worst(), 1.0),
+                                      paid(worst(), two_years), paid(worst(), one_year));
+    int const best = tree.amount_of(32, "1," + std::to_string(performance("A", 100.0)) + "," +
+                                            std::to_string(performance("B", 64.0)));
+    auto const program = compiled(tree.both(coupon, paid(best, two_years)));
+    ASSERT_TRUE(program);
+    EXPECT_EQ(count(program->body, c_div), 0);
+    ASSERT_EQ(program->cells.size(), 2U);
+    for (auto const& cell : program->cells)
+        EXPECT_EQ(cell.divisor, cell.underlying_rank == 0 ? 100.0 : 64.0);
+    expect_same_price(*priced, 1.0);
+}
+
+TEST_F(CompilerTest, ALevelWithAnotherReaderIsDividedByTheProgram) {
+    int const quotient = tree.right(TreeBuilder::div_number, tree.fixing("A", one_year), 100.0);
+    auto const constant = [&] { return tree.constant("start", 50.0); };
+    auto const fixing = [&] { return tree.fixing("A", one_year); };
+    auto const divided = [&](int other, std::vector<std::string> const& features = {}) {
+        auto const program =
+            compiled(tree.both(paid(quotient, one_year), paid(other, two_years)), features);
+        EXPECT_TRUE(program);
+        EXPECT_EQ(program->cells.size(), 1U);
+        EXPECT_EQ(program->cells[0].divisor, 1.0);
+        expect_same_price(*priced, 100.0);
+        return count(program->prologue, c_div) + count(program->body, c_div);
+    };
+    EXPECT_EQ(divided(fixing()), 1);
+    EXPECT_EQ(divided(tree.right(TreeBuilder::div_number, fixing(), 200.0)), 2);
+    EXPECT_EQ(divided(tree.binary(TreeBuilder::div, fixing(), constant()), {"start"}), 2);
+    EXPECT_EQ(divided(tree.binary(TreeBuilder::div, fixing(), fixing())), 2);
+    EXPECT_EQ(divided(tree.binary(TreeBuilder::div, tree.number(1.0), fixing())), 2);
+    EXPECT_EQ(divided(tree.right(TreeBuilder::div_number, fixing(), 1e200)), 2);
 }
 
 TEST_F(CompilerTest, AFeatureInTwoPlacesIsTwoInputs) {

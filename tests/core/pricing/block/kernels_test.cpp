@@ -131,6 +131,34 @@ TEST_P(KernelsTest, TheExponentialOfSpecialValues) {
     EXPECT_EQ(at_edges[1], c_least);
 }
 
+TEST_P(KernelsTest, APowerOfTwoIsExactToItsLastPlacesFromSubnormalsToTheLargestNumber) {
+    std::vector<double> x;
+    for (int i = 0; i <= 200'000; ++i) x.push_back(-1074.4 + i * (1074.4 + 1023.9) / 200'000);
+    for (int i = 0; i < 100'000; ++i) x.push_back(uniform(-2.0, 2.0));
+    for (int i = 0; i < 20'000; ++i) x.push_back(std::ldexp(uniform(-1.0, 1.0), -i % 1070));
+    // around the edges of the parts
+    for (int n = -1000 * 32; n <= 1000 * 32; ++n)
+        for (double const y : {n / 32.0, std::nextafter(n / 32.0, 1e9)}) x.push_back(y);
+    auto const exact = [](long double v) { return std::exp2(v); };
+    expect_exact(&Kernels::power_of_two, x, exact);
+    std::erase_if(x, [](double v) { return std::abs(v) > 1000.0; });
+    expect_exact(&Kernels::small_power_of_two, x, exact);
+}
+
+TEST_P(KernelsTest, APowerOfTwoOfSpecialValues) {
+    std::vector<double> const x{0.0,   -0.0,    1.0,   -3.0,    10.0,       c_least,     -c_least,
+                                1e300, -1e300,  c_nan, 1024.0,  c_infinite, -c_infinite, -1074.0,
+                                1e5,   -1075.1, -1e5,  -1022.0, 1023.0};
+    std::vector<double> const y{1.0,        1.0, 2.0,   0.125,      1024.0,     1.0, 1.0,
+                                c_infinite, 0.0, c_nan, c_infinite, c_infinite, 0.0, c_least,
+                                c_infinite, 0.0, 0.0,   0x1p-1022,  0x1p1023};
+    auto const actual = apply(&Kernels::power_of_two, x);
+    for (std::size_t i = 0; i < x.size(); ++i)
+        EXPECT_TRUE(is_same(actual[i], y[i])) << x[i] << ": " << actual[i];
+    auto const small = apply(&Kernels::small_power_of_two, x);
+    for (std::size_t i = 0; i < 7; ++i) EXPECT_TRUE(is_same(small[i], y[i])) << x[i];
+}
+
 TEST_P(KernelsTest, TheLogarithmIsExactToItsLastPlacesForEverySizeOfNumber) {
     std::vector<double> x;
     for (int i = 0; i < 200'000; ++i) x.push_back(std::ldexp(uniform(1.0, 2.0), i % 2046 - 1022));
@@ -192,73 +220,199 @@ TEST_P(KernelsTest, PointsAreThoseOfTheStandardGeneratorHoweverManyAreDrawnAtATi
     }
 }
 
-TEST_P(KernelsTest, NormalsAreThoseOfTheStandardDistribution) {
-    constexpr std::size_t nb_points = 100'001;
-    for (std::uint64_t const seed :
-         {std::uint64_t{23051994}, std::uint64_t{0}, std::numeric_limits<std::uint64_t>::max()}) {
-        PointSequence sequence(kernels, seed);
-        std::vector<double> x(nb_points + PointSequence::s_slack, 0.5);
-        std::vector<double> y(x.size(), 0.5);
-        std::vector<double> normals(2 * x.size() + 16);
-        sequence.draw(nb_points, x.data(), y.data());
-        kernels.make_normals(x.data(), y.data(), nb_points, normals.data());
-        std::mt19937_64 generator(seed);
-        std::normal_distribution<double> distribution;
-        for (std::size_t i = 0; i < 2 * nb_points; ++i) {
-            double const expected = distribution(generator);
-            ASSERT_LE(std::abs(normals[i] - expected), 1e-15 * std::abs(expected))
-                << seed << ' ' << i;
+/// The words of a list, one after the other, as a generator of the standard library.
+class ListedWords {
+ public:
+    using result_type = std::uint64_t;
+    explicit ListedWords(std::span<std::uint64_t const> words) : m_words(words) {}
+    static constexpr result_type min() { return 0; }
+    static constexpr result_type max() { return std::numeric_limits<result_type>::max(); }
+    result_type operator()() { return m_words[m_next++]; }
+
+ private:
+    std::span<std::uint64_t const> m_words;
+    std::size_t m_next{0};
+};
+
+/// The word that MT19937-64 tempers to another one: each line undoes one of its steps, the last
+/// first, by the digits that are right already.
+std::uint64_t untempered(std::uint64_t word) {
+    word ^= word >> 43;
+    word ^= (word << 37) & 0xFFF7EEE000000000U;
+    std::uint64_t wanted = word;
+    for (int i = 0; i < 4; ++i) word = wanted ^ ((word << 17) & 0x71D67FFFEDA60000U);
+    wanted = word;
+    for (int i = 0; i < 3; ++i) word = wanted ^ ((word >> 29) & 0x5555555555555555U);
+    return word;
+}
+
+/// A state of MT19937-64 whose next words begin with 156 given ones.
+std::array<std::uint64_t, 320> state_before(std::array<std::uint64_t, 156> const& words) {
+    std::array<std::uint64_t, 320> state{};
+    std::mt19937_64 any(3);
+    for (std::size_t i = 0; i < 156; ++i) state[i] = any();
+    state[156] = 0;
+    // the word 156 + i enters the next word i as it stands; the first and the second ones as a half
+    for (std::size_t i = 0; i < 156; ++i) {
+        std::uint64_t const half =
+            (state[i] & 0xFFFFFFFF80000000U) | (state[i + 1] & 0x000000007FFFFFFFU);
+        state[i + 156] = untempered(words[i]) ^ (half >> 1) ^ (half % 2 * 0xB5026F5AA96619E9U);
+    }
+    return state;
+}
+
+TEST_P(KernelsTest, PointsOfWordsAtTheEdges) {
+    // the largest words, whose doubles would give 1; halves, which give 0; a point next to the edge
+    constexpr std::uint64_t top = std::numeric_limits<std::uint64_t>::max();
+    constexpr std::uint64_t half = std::uint64_t{1} << 63;
+    constexpr std::array<std::uint64_t, 18> edges{
+        top,      top - 511, top - 512, top - 1023, top - 1024,          top - 1025,
+        half,     half - 1,  half + 1,  half + 256, half + 4096,         half - 4096,
+        half / 2, 0,         1,         2048,       half + (1ULL << 37), half - (1ULL << 37)};
+    std::mt19937_64 pick(5);
+    for (int round = 0; round < 300; ++round) {
+        std::array<std::uint64_t, 156> words{};
+        for (auto& word : words) word = pick() % 4 == 0 ? pick() : edges[pick() % edges.size()];
+        ListedWords listed(words);
+        std::vector<std::array<double, 2>> expected;
+        for (std::size_t i = 0; i < words.size(); i += 2) {
+            double const x = 2.0 * std::generate_canonical<double, 53>(listed) - 1.0;
+            double const y = 2.0 * std::generate_canonical<double, 53>(listed) - 1.0;
+            double const r2 = x * x + y * y;
+            if (r2 <= 1.0 && r2 != 0.0) expected.push_back({x, y});
+        }
+        auto state = state_before(words);
+        std::vector<double> x(PointSequence::s_slack);
+        std::vector<double> y(x.size());
+        ASSERT_GE(kernels.draw_points(state.data(), x.data(), y.data()), expected.size());
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            ASSERT_EQ(x[i], expected[i][0]) << round << ' ' << i;
+            ASSERT_EQ(y[i], expected[i][1]) << round << ' ' << i;
         }
     }
 }
 
-TEST_P(KernelsTest, NormalsOfPointsAtTheEdgesOfTheDisc) {
-    Buffer x(lanes);
-    Buffer y(lanes);
-    Buffer normals(2 * lanes + 64);
-    std::fill_n(x.get(), lanes, 0.5);
-    std::fill_n(y.get(), lanes, 0.5);
-    double const least = 0x1p-53;
-    std::array<std::array<double, 2>, 5> const points{
-        {{1.0, 0.0}, {0.0, -1.0}, {least, 0.0}, {0.0, -least}, {-0x1.fffffffffffffp-1, 0x1p-52}}};
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        x.get()[i] = points[i][0];
-        y.get()[i] = points[i][1];
+/// Buffers for the columns of a block, and its points.
+struct Tile {
+    explicit Tile(std::size_t a_stride)
+        : stride(a_stride),
+          x(stride * lanes / 2 + PointSequence::s_slack),
+          y(x.c_get_size()),
+          scratch(scratch_size(stride)),
+          columns((stride + 1) * lanes) {
+        for (auto* buffer : {&x, &y}) std::fill_n(buffer->get(), buffer->c_get_size(), 0.5);
+        std::fill_n(columns.get(), columns.c_get_size(), 77.0);
     }
-    kernels.make_normals(x.c_get(), y.c_get(), points.size(), normals.get());
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        auto const [px, py] = points[i];
-        double const r2 = px * px + py * py;
-        double const m = std::sqrt(-2.0 * std::log(r2) / r2);
-        EXPECT_NEAR(normals.get()[2 * i], py * m, 1e-15 * std::abs(py * m)) << i;
-        EXPECT_NEAR(normals.get()[2 * i + 1], px * m, 1e-15 * std::abs(px * m)) << i;
+    void make(Kernels const& kernels, std::size_t nb_columns) {
+        kernels.make_columns(x.c_get(), y.c_get(), stride, nb_columns, scratch.get(),
+                             columns.get());
     }
-}
 
-// Paths
+    std::size_t stride;
+    Buffer x;
+    Buffer y;
+    Buffer scratch;
+    Buffer columns;
+};
 
-TEST_P(KernelsTest, TransposeTurnsPathsIntoColumns) {
-    for (std::size_t stride = 1; stride < 22; ++stride)
-        for (std::size_t nb_columns = 0; nb_columns <= stride; ++nb_columns) {
-            std::vector<double> paths(lanes * stride + 16);
-            for (auto& value : paths) value = uniform(-1.0, 1.0);
-            Buffer columns((nb_columns + 1) * lanes);
-            std::fill_n(columns.get(), columns.c_get_size(), 77.0);
-            kernels.transpose(paths.data(), stride, nb_columns, columns.get());
-            for (std::size_t lane = 0; lane < lanes; ++lane) {
-                for (std::size_t c = 0; c < nb_columns; ++c)
-                    ASSERT_EQ(columns.c_column(c)[lane], paths[lane * stride + c]);
-                ASSERT_EQ(columns.c_column(nb_columns)[lane], 77.0);
+TEST_P(KernelsTest, ColumnsHoldTheNormalsOfTheStandardDistributionPathByPath) {
+    for (std::uint64_t const seed :
+         {std::uint64_t{23051994}, std::uint64_t{0}, std::numeric_limits<std::uint64_t>::max()})
+        for (std::size_t const stride : {1U, 2U, 3U, 17U, 60U, 61U, 250U}) {
+            PointSequence sequence(kernels, seed);
+            std::mt19937_64 generator(seed);
+            std::normal_distribution<double> distribution;
+            Tile tile(stride);
+            for (int block = 0; block < 12; ++block) {
+                sequence.draw(stride * lanes / 2, tile.x.get(), tile.y.get());
+                tile.make(kernels, stride);
+                for (std::size_t lane = 0; lane < lanes; ++lane)
+                    for (std::size_t c = 0; c < stride; ++c) {
+                        double const expected = distribution(generator);
+                        double const actual = tile.columns.c_column(c)[lane];
+                        ASSERT_LE(std::abs(actual - expected), 1e-15 * std::abs(expected))
+                            << seed << ' ' << stride << ' ' << lane << ' ' << c;
+                    }
             }
         }
 }
 
+TEST_P(KernelsTest, ColumnsBehindTheWantedOnesAreLeftAlone) {
+    for (std::size_t stride = 1; stride < 40; ++stride)
+        for (std::size_t nb_columns = 0; nb_columns <= stride; ++nb_columns) {
+            Tile all(stride);
+            PointSequence(kernels, stride).draw(stride * lanes / 2, all.x.get(), all.y.get());
+            Tile some(stride);
+            std::copy_n(all.x.c_get(), all.x.c_get_size(), some.x.get());
+            std::copy_n(all.y.c_get(), all.y.c_get_size(), some.y.get());
+            all.make(kernels, stride);
+            some.make(kernels, nb_columns);
+            for (std::size_t c = 0; c <= stride; ++c)
+                for (std::size_t lane = 0; lane < lanes; ++lane)
+                    ASSERT_EQ(some.columns.c_column(c)[lane],
+                              c < nb_columns ? all.columns.c_column(c)[lane] : 77.0);
+        }
+}
+
+TEST_P(KernelsTest, NormalsOfPointsAtTheEdgesOfTheDisc) {
+    double const least = 0x1p-53;
+    std::array<std::array<double, 2>, 7> const points{{{1.0, 0.0},
+                                                       {0.0, -1.0},
+                                                       {least, 0.0},
+                                                       {0.0, -least},
+                                                       {-0x1.fffffffffffffp-1, 0x1p-52},
+                                                       {0x1.bb67ae8584caap-1, 0.0},  // r^2 near 3/4
+                                                       {0x1.bb67ae8584cabp-1, 0.0}}};
+    Tile tile(2);  // a point for each path
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        tile.x.get()[i] = points[i][0];
+        tile.y.get()[i] = points[i][1];
+    }
+    tile.make(kernels, 2);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        auto const [px, py] = points[i];
+        double const r2 = px * px + py * py;
+        double const m = std::sqrt(-2.0 * std::log(r2) / r2);
+        EXPECT_NEAR(tile.columns.c_column(0)[i], py * m, 1e-15 * std::abs(py * m)) << i;
+        EXPECT_NEAR(tile.columns.c_column(1)[i], px * m, 1e-15 * std::abs(px * m)) << i;
+    }
+}
+
+TEST_P(KernelsTest, NormalsNextToTheEdgesOfTheLogarithmsParts) {
+    // r^2 around each place where the logarithm takes another row of its table
+    Tile tile(2);
+    for (int exponent = -40; exponent <= 0; ++exponent)
+        for (int part = 8; part <= 16; ++part) {
+            double const r = std::sqrt(std::ldexp(part / 16.0, exponent));
+            for (std::size_t i = 0; i < 33; ++i) {
+                double const px =
+                    r * (1.0 + (static_cast<double>(i) - 16.0) * 0x1p-52);  // 16 places around it
+                tile.x.get()[i] = std::min(px, 1.0);
+                tile.y.get()[i] = 0.0;
+            }
+            tile.make(kernels, 2);
+            for (std::size_t i = 0; i < 33; ++i) {
+                long double const px = tile.x.c_get()[i];
+                auto const r2 = static_cast<long double>(static_cast<double>(px * px));
+                long double const exact = px * std::sqrt(-2.0L * std::log(r2) / r2);
+                ASSERT_NEAR(tile.columns.c_column(1)[i], static_cast<double>(exact),
+                            1e-15 * static_cast<double>(exact))
+                    << exponent << ' ' << part << ' ' << i;
+            }
+        }
+}
+
+// Paths
+
 TEST_P(KernelsTest, EvolveIsThePathOfAPlainLoop) {
-    for (int round = 0; round < 40; ++round) {
+    for (int round = 0; round < 200; ++round) {
         auto const pick = [&](std::size_t most) { return 1 + random() % most; };
         std::size_t const nb_steps = pick(9);
         std::size_t const nb_factors = pick(5);
-        std::size_t const nb_loadings = 1 + random() % nb_factors;
+        std::size_t const nb_weights = 1 + random() % nb_factors;
+        bool const has_drifts = random() % 2 == 0;
+        bool const is_mirrored = random() % 2 == 0;
+        bool const has_forwards = random() % 2 == 0;
         Buffer normals(nb_steps * nb_factors * lanes);
         for (std::size_t i = 0; i < normals.c_get_size(); ++i) normals.get()[i] = uniform(-4, 4);
         auto const numbers = [&](std::size_t size, double low, double high) {
@@ -266,24 +420,27 @@ TEST_P(KernelsTest, EvolveIsThePathOfAPlainLoop) {
             for (auto& value : made) value = uniform(low, high);
             return made;
         };
-        auto const loadings = numbers(nb_loadings, -1.0, 1.0);
-        auto const diffusions = numbers(nb_steps, 0.0, 0.3);
+        auto const weights = numbers(nb_steps * nb_weights, -0.3, 0.3);
         auto const drifts = numbers(nb_steps, -0.1, 0.1);
+        auto const forwards = numbers(nb_steps, 50.0, 150.0);
         std::vector<unsigned char> is_read(nb_steps);
         for (auto& flag : is_read) flag = random() % 2;
         Buffer growth(nb_steps * lanes);
         std::fill_n(growth.get(), growth.c_get_size(), 77.0);
-        kernels.evolve({normals.c_get(), nb_factors, loadings.data(), nb_loadings,
-                        diffusions.data(), drifts.data(), is_read.data(), nb_steps},
+        kernels.evolve({normals.c_get(), nb_factors, weights.data(), nb_weights,
+                        has_drifts ? drifts.data() : nullptr, is_read.data(), nb_steps,
+                        has_forwards ? forwards.data() : nullptr, is_mirrored},
                        growth.get());
         for (std::size_t lane = 0; lane < lanes; ++lane) {
             double x = 0.0;
             for (std::size_t step = 0; step < nb_steps; ++step) {
                 double w = 0.0;
-                for (std::size_t j = 0; j < nb_loadings; ++j)
-                    w += loadings[j] * normals.c_column(step * nb_factors + j)[lane];
-                x += diffusions[step] * w + drifts[step];
-                double const expected = is_read[step] == 0 ? 77.0 : std::exp(x);
+                for (std::size_t j = 0; j < nb_weights; ++j)
+                    w += weights[step * nb_weights + j] *
+                         normals.c_column(step * nb_factors + j)[lane];
+                x += (is_mirrored ? -w : w) + (has_drifts ? drifts[step] : 0.0);
+                double const level = std::exp2(x) * (has_forwards ? forwards[step] : 1.0);
+                double const expected = is_read[step] == 0 ? 77.0 : level;
                 ASSERT_NEAR(growth.c_column(step)[lane], expected, 1e-14 * expected);
             }
         }
@@ -293,12 +450,31 @@ TEST_P(KernelsTest, EvolveIsThePathOfAPlainLoop) {
 TEST_P(KernelsTest, APathWithoutVolatilityStandsExactlyAtOne) {
     Buffer normals(lanes);
     for (std::size_t i = 0; i < lanes; ++i) normals.get()[i] = uniform(-4.0, 4.0);
-    double const loading = 1.0;
     double const none = 0.0;
     unsigned char const is_read = 1;
-    Buffer growth(lanes);
-    kernels.evolve({normals.c_get(), 1, &loading, 1, &none, &none, &is_read, 1}, growth.get());
-    for (std::size_t lane = 0; lane < lanes; ++lane) EXPECT_EQ(growth.c_get()[lane], 1.0);
+    for (double const* drifts : {static_cast<double const*>(nullptr), &none}) {
+        Buffer growth(lanes);
+        kernels.evolve({normals.c_get(), 1, &none, 1, drifts, &is_read, 1}, growth.get());
+        for (std::size_t lane = 0; lane < lanes; ++lane) EXPECT_EQ(growth.c_get()[lane], 1.0);
+    }
+}
+
+TEST_P(KernelsTest, PathsWithDriftsGoAsFarAsNumbersDo) {
+    Buffer normals(lanes);
+    for (std::size_t i = 0; i < lanes; ++i) normals.get()[i] = static_cast<double>(i) - 31.5;
+    double const weight = 1000.0;
+    unsigned char const is_read = 1;
+    for (double const drift : {0.0, 1e300, -1e300, c_infinite, -c_infinite, c_nan}) {
+        Buffer growth(lanes);
+        kernels.evolve({normals.c_get(), 1, &weight, 1, &drift, &is_read, 1}, growth.get());
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            double const x = weight * normals.c_get()[lane] + drift;
+            double const expected = std::isnan(x) ? c_nan : std::exp2(x);
+            double const actual = growth.c_get()[lane];
+            EXPECT_TRUE(is_same(actual, expected) || std::abs(actual / expected - 1.0) < 1e-15)
+                << drift << ' ' << lane << ": " << actual << ", not " << expected;
+        }
+    }
 }
 
 TEST_P(KernelsTest, MultiplyScalesAColumn) {
