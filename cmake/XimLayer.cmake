@@ -25,6 +25,18 @@ target_compile_options(xim_test_settings INTERFACE $<$<CONFIG:Release>:-O0>)
 
 set_property(GLOBAL PROPERTY XIM_LAYERS "")
 
+# xim_precompile(<target> <header>): the first target with a header compiles it, the others, which
+# have the same options, share the result.
+function(xim_precompile target header)
+  get_property(first GLOBAL PROPERTY "XIM_FIRST_WITH_${header}")
+  if(first)
+    target_precompile_headers(${target} REUSE_FROM ${first})
+  else()
+    target_precompile_headers(${target} PRIVATE ${PROJECT_SOURCE_DIR}/${header})
+    set_property(GLOBAL PROPERTY "XIM_FIRST_WITH_${header}" ${target})
+  endif()
+endfunction()
+
 # xim_layer(<name> FILES <sources> HEADERS <headers> DEPENDS <lower layers>): the static library
 # xim_<name> of the folder. All layers together make the shared library.
 function(xim_layer name)
@@ -34,7 +46,7 @@ function(xim_layer name)
   foreach(layer IN LISTS arg_DEPENDS)
     target_link_libraries(xim_${name} PUBLIC xim_${layer})
   endforeach()
-  target_precompile_headers(xim_${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/precompiled.hpp)
+  xim_precompile(xim_${name} cmake/precompiled.hpp)
   target_compile_definitions(xim_${name} PRIVATE XIM_BUILDING)
   set_property(GLOBAL APPEND PROPERTY XIM_LAYERS xim_${name})
   xim_layer_files(${name} FILES ${arg_FILES} HEADERS ${arg_HEADERS})
@@ -56,8 +68,7 @@ function(xim_tests name)
     target_link_libraries(${name}_tests PRIVATE xim_${name} xim_test_settings GTest::gtest GTest::gmock
                                                 GTest::gtest_main)
     target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-    target_precompile_headers(${name}_tests PRIVATE
-                              ${PROJECT_SOURCE_DIR}/tests/support/precompiled.hpp)
+    xim_precompile(${name}_tests tests/support/precompiled.hpp)
     set_target_properties(${name}_tests PROPERTIES RUNTIME_OUTPUT_DIRECTORY
                                                    ${PROJECT_BINARY_DIR}/tests)
     set_property(GLOBAL APPEND PROPERTY XIM_SUITES ${name}_tests)
