@@ -86,7 +86,9 @@ GreekReduction::GreekReduction(Modeling::MCHelper& helper, Results& results,
                     continue;
                 helper.select(needed[k], i, j);
                 cell.scenarios[k] = states.size();
-                m_is_complete = states.emplace_back().read(helper) && m_is_complete;
+                State bumped;
+                m_is_complete = bumped.read(helper, &states[0]) && m_is_complete;
+                states.push_back(std::move(bumped));
             }
             m_cells.push_back(cell);
             m_places.push_back(&result.result);

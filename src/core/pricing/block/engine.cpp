@@ -8,7 +8,6 @@
 #include <numbers>
 #include <thread>
 
-#include "core/modeling/mc_helper.hpp"
 #include "core/pricing/block/descents.hpp"
 #include "core/pricing/block/normals.hpp"
 #include "core/toolbox/containers.hpp"
@@ -44,15 +43,7 @@ struct Reading {
     bool keeps_growth{false};            ///< a state takes the central growth with other forwards
 };
 
-/// How the levels of an underlying in a state come about.
-enum class Change : std::uint8_t { none, forward, path };
-
-Change change_of(State const& state, State const& central, std::size_t underlying) {
-    if (&state == &central) return Change::none;  // also where numbers are NaN
-    if (state.paths[underlying] != central.paths[underlying]) return Change::path;
-    return state.forwards[underlying] == central.forwards[underlying] ? Change::none
-                                                                      : Change::forward;
-}
+using Change = State::Change;
 
 /// A path as the loops take it, in powers of two; see `Evolution`.
 struct Steps {
@@ -62,7 +53,7 @@ struct Steps {
 
     /// Takes the first `nb_steps` of a path.
     void set_path(State::Path const& path, std::size_t nb_steps);
-    void set_forwards(State::Path const& path, std::vector<double> const& levels);
+    void set_forwards(State::Path const& path, State::Forwards const& levels);
 };
 
 void Steps::set_path(State::Path const& path, std::size_t nb_steps) {
@@ -78,7 +69,7 @@ void Steps::set_path(State::Path const& path, std::size_t nb_steps) {
     if (farthest < 1000.0) drifts.clear();  // not for what is no number
 }
 
-void Steps::set_forwards(State::Path const& path, std::vector<double> const& levels) {
+void Steps::set_forwards(State::Path const& path, State::Forwards const& levels) {
     forwards = levels;
     if (!drifts.empty()) return;
     double drift = 0.0;
@@ -118,9 +109,9 @@ struct Setting {
         steps = Toolbox::Array2D<Steps>(states.size(), readings.size());
         for (std::size_t s = 0; s < states.size(); ++s)
             for (std::size_t u = 0; u < readings.size(); ++u) {
-                auto const& path = states[s].paths[u];
+                auto const& path = *states[s].paths[u];
                 auto& own = steps.unsafe_get(s, u);
-                Change const change = change_of(states[s], states[0], u);
+                Change const change = states[s].c_get_change(states[0], u);
                 changes.unsafe_get(s, u) = change;
                 if (change == Change::forward) {
                     readings[u].keeps_growth = keeps_growth = true;
@@ -130,7 +121,7 @@ struct Setting {
                 } else {
                     continue;
                 }
-                own.set_forwards(path, states[s].forwards[u]);
+                own.set_forwards(path, *states[s].forwards[u]);
             }
         for (auto const& [fixing, underlying, divisor] : program.cells)
             for (std::size_t s = 0; s < states.size(); ++s) {
@@ -158,7 +149,7 @@ Descents make_descents(Setting const& setting) {
     std::vector<Descents::Shape> shapes;
     for (std::size_t u = 0; u < setting.readings.size(); ++u)
         shapes.push_back(
-            {setting.readings[u].is_read.size(), setting.states[0].paths[u].loadings.size()});
+            {setting.readings[u].is_read.size(), setting.states[0].paths[u]->loadings.size()});
     if (setting.program.cell_adjoints.empty()) shapes.clear();
     return {setting.kernels, setting.plan.nb_factors, shapes};
 }
@@ -461,26 +452,6 @@ void Sequence::serve() {
 
 }  // namespace
 
-bool State::read(Modeling::MCHelper const& helper) {
-    auto const& calibration = helper.c_get_current();
-    paths.resize(helper.c_get_nb_underlyings());
-    forwards.resize(paths.size());
-    for (std::size_t u = 0; u < paths.size(); ++u) {
-        auto& path = paths[u];
-        if (!helper.c_get_lognormal_steps(u, path.diffusions, path.drifts)) return false;
-        std::uint64_t const factor = helper._c_get_equity_like_index(u);
-        path.loadings.clear();
-        for (std::uint64_t j = 0; j <= factor; ++j)
-            path.loadings.push_back(helper.c_get_cholesky().get(factor, j));
-        forwards[u].clear();
-        for (std::size_t k = 0; k < helper.c_get_nb_fixing_dates(); ++k)
-            forwards[u].push_back(calibration.forwards.get(u, k));
-    }
-    auto const& factors = helper.c_get_discount_factors();
-    discount_factors.assign(factors.begin(), factors.end());
-    return true;
-}
-
 std::vector<Observations> run(Program const& program, std::vector<State> const& states,
                               std::vector<Scenario> const& scenarios, Reduction const& reduction,
                               Plan const& plan) {
@@ -503,7 +474,7 @@ Gradient differentiate(Program const& program, State const& state, Reduction con
     auto sum = sums.begin();
     for (std::size_t u = 0; u < state.paths.size(); ++u) {
         auto& [levels, normals] = gradient.paths[u];
-        auto const nb_loadings = static_cast<std::ptrdiff_t>(state.paths[u].loadings.size());
+        auto const nb_loadings = static_cast<std::ptrdiff_t>(state.paths[u]->loadings.size());
         for (std::size_t k = 0; k < setting.readings[u].is_read.size(); ++k) {
             levels.push_back(*sum++);
             normals.insert(normals.end(), sum, sum + nb_loadings);

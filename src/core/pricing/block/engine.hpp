@@ -9,10 +9,7 @@
 
 #include "core/pricing/block/kernels.hpp"
 #include "core/pricing/block/program.hpp"
-
-namespace ximCORE::Modeling {
-class MCHelper;
-}
+#include "core/pricing/block/state.hpp"
 
 namespace ximCORE::Pricing::Block {
 
@@ -27,26 +24,6 @@ class Values {
 
  private:
     Buffer m_columns;
-};
-
-/// The market of a state, as far as paths and payments see it.
-struct State {
-    /// The path of one underlying: x += diffusion[step] sum_j loading[j] z[step][j] + drift[step],
-    /// and the level is e^x times the forward.
-    struct Path {
-        std::vector<double> loadings;
-        std::vector<double> diffusions;
-        std::vector<double> drifts;
-
-        bool operator==(Path const&) const = default;
-    };
-
-    std::vector<Path> paths;                    ///< [underlying]
-    std::vector<std::vector<double>> forwards;  ///< [underlying][fixing date]
-    std::vector<double> discount_factors;       ///< [payment date]
-
-    /// The state in force of a helper. False for a model whose paths are not lognormal.
-    [[nodiscard]] bool read(Modeling::MCHelper const& helper);
 };
 
 /// What a program is run for: a state, with numbers for the inputs.

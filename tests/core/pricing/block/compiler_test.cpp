@@ -4,12 +4,12 @@
 
 #include <Eigen/Core>
 #include <algorithm>
-#include <functional>
 
 #include "core/contract/cashflow.hpp"
 #include "core/contract/leaves.hpp"
 #include "core/contract/payments.hpp"
 #include "support/both_engines.hpp"
+#include "support/helper_user.hpp"
 
 namespace ximCORE::Pricing::Block {
 namespace {
@@ -26,28 +26,6 @@ class Opaque final : public Contract::Amount {
     Toolbox::Grid eval(Modeling::PDEHelper*) override { return {}; }
     void c_to_string(std::string&, bool) const override {}
     std::shared_ptr<Amount> clone() const override { return std::make_shared<Opaque>(*this); }
-};
-
-/// Hands the calibrated helper to `work` in place of a simulation.
-class HelperUser final : public Pricer {
- public:
-    using Work = std::function<void(Modeling::MCHelper&)>;
-    explicit HelperUser(Work work) : m_work(std::move(work)) {}
-
- protected:
-    bool run_core(Contract::Contract&, Modeling::Model* model) override {
-        m_work(*model->safe_new_MC_helper());
-        return true;
-    }
-    Modeling::Helper* _c_safe_new_helper(Modeling::Model* model) const override {
-        return model->safe_new_MC_helper();
-    }
-    void _c_safe_delete_helper(Modeling::Model* model) const override {
-        model->safe_delete_MC_helper();
-    }
-
- private:
-    Work m_work;
 };
 
 class CompilerTest : public BothEnginesTest {
