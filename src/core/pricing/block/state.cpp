@@ -28,8 +28,7 @@ bool State::read(Modeling::MCHelper const& helper, State const* central) {
         Forwards levels;
         for (std::size_t k = 0; k < helper.c_get_nb_fixing_dates(); ++k)
             levels.push_back(calibration.forwards.get(u, k));
-        paths.push_back(
-            shared(std::move(path), central == nullptr ? nullptr : &central->paths[u]));
+        paths.push_back(shared(std::move(path), central == nullptr ? nullptr : &central->paths[u]));
         forwards.push_back(
             shared(std::move(levels), central == nullptr ? nullptr : &central->forwards[u]));
     }

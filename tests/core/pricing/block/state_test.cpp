@@ -24,8 +24,8 @@ class StateTest : public BothEnginesTest {
 
     void with_helper(HelperUser::Work const& work) {
         TreeBuilder tree;
-        int const product = tree.binary(TreeBuilder::mul, tree.fixing("A", half_year),
-                                        tree.fixing("B", one_year));
+        int const product =
+            tree.binary(TreeBuilder::mul, tree.fixing("A", half_year), tree.fixing("B", one_year));
         auto const priced = contract(tree, tree.pay(product, one_year, "EUR"));
         auto const model = Modeling::get_model(today, ModelName::black_scholes);
         ASSERT_TRUE(model->get_dependencies(*priced));
