@@ -58,15 +58,17 @@ struct Steps {
 
 void Steps::set_path(State::Path const& path, std::size_t nb_steps) {
     double farthest = 0.0;
+    double all_drifts = 0.0;
     for (std::size_t k = 0; k < nb_steps; ++k) {
         for (double const loading : path.loadings) {
             weights.push_back(path.diffusions[k] * loading / std::numbers::ln2);
             farthest += c_largest_normal * std::abs(weights.back());
         }
         drifts.push_back(path.drifts[k] / std::numbers::ln2);
-        farthest += std::abs(drifts.back());
+        all_drifts += std::abs(drifts.back());
     }
-    if (farthest < 1000.0) drifts.clear();  // not for what is no number
+    // a forward with its drift must stay a number; false for what is none
+    if (farthest < 1000.0 && all_drifts < 100.0) drifts.clear();
 }
 
 void Steps::set_forwards(State::Path const& path, State::Forwards const& levels) {
@@ -237,19 +239,19 @@ Worker::Worker(Setting& setting)
     append(m_inputs, program.inputs.size());
     m_columns.resize(program.c_get_first_register(), nullptr);
     append(m_registers, program.nb_registers);
-    std::fill_n(m_x.get(), m_x.c_get_size(), 0.5);  // whole vectors are read
-    std::fill_n(m_y.get(), m_y.c_get_size(), 0.5);
+    std::fill_n(m_x.get(), m_x.c_get_size(), 1.0);  // whole vectors are read
+    std::fill_n(m_y.get(), m_y.c_get_size(), 0.0);
 }
 
 void Worker::work(std::size_t count) {
     auto const& [plan, kernels] = std::tie(m_setting->plan, m_setting->kernels);
     std::ranges::fill(m_totals.results, Observations());
-    // paths of the last block that do not count have points too
+    // paths of the last block that do not count have points too: those of normals 0
     std::size_t const drawn = points_for(count * plan.normals_per_trial);
     std::size_t const used =
         points_for((count + lanes - 1) / lanes * lanes * plan.normals_per_trial);
-    std::fill_n(m_x.get() + drawn, used - drawn, 0.5);
-    std::fill_n(m_y.get() + drawn, used - drawn, 0.5);
+    std::fill_n(m_x.get() + drawn, used - drawn, 1.0);
+    std::fill_n(m_y.get() + drawn, used - drawn, 0.0);
     for (std::size_t first = 0; first < count; first += lanes) {
         std::size_t const here = std::min(lanes, count - first);
         std::size_t const point = first * plan.normals_per_trial / 2;  // a whole number of points
@@ -427,7 +429,7 @@ void Sequence::serve(Worker& worker) {
 std::size_t Sequence::c_get_nb_workers() const {
     auto const& [program, plan] = std::tie(m_setting->program, m_setting->plan);
     std::size_t const levels = m_setting->readings.size() * m_setting->nb_dates;
-    std::size_t const columns = 3 * plan.normals_per_trial + 3 * levels + program.nb_registers +
+    std::size_t const columns = 2 * plan.normals_per_trial + 3 * levels + program.nb_registers +
                                 program.inputs.size() + m_setting->scenarios.size();
     std::uint64_t const per_chunk = trials_per_chunk(plan);
     std::uint64_t const chunks = plan.trials / per_chunk + (plan.trials % per_chunk == 0 ? 0 : 1);

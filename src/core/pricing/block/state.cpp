@@ -1,5 +1,7 @@
 #include "core/pricing/block/state.hpp"
 
+#include <utility>
+
 #include "core/modeling/mc_helper.hpp"
 
 namespace ximCORE::Pricing::Block {

@@ -67,7 +67,7 @@ class KernelsTest : public testing::TestWithParam<Kernels const*> {
  protected:
     Kernels const& kernels = *GetParam();
 
-    /// Of exponential and logarithm, in units of the last place.
+    /// Of exponential and logarithm, in units of the last place; of powers of two 0.1 more.
     double allowed_error() const { return kernels.name == "portable" ? 2.0 : 1.1; }
 
     using Function = void (*Kernels::*)(double const*, std::size_t, double*);
@@ -82,11 +82,12 @@ class KernelsTest : public testing::TestWithParam<Kernels const*> {
         return {out.c_get(), out.c_get() + x.size()};
     }
 
-    void expect_exact(Function function, std::vector<double> const& x, auto&& exact) const {
+    void expect_exact(Function function, std::vector<double> const& x, auto&& exact,
+                      double more = 0.0) const {
         auto const y = apply(function, x);
         for (std::size_t i = 0; i < x.size(); ++i) {
             double const error = error_in_last_places(y[i], exact(static_cast<long double>(x[i])));
-            EXPECT_LT(error, allowed_error()) << x[i] << " gives " << y[i];
+            EXPECT_LT(error, allowed_error() + more) << x[i] << " gives " << y[i];
         }
     }
 
@@ -141,9 +142,9 @@ TEST_P(KernelsTest, APowerOfTwoIsExactToItsLastPlacesFromSubnormalsToTheLargestN
     for (int n = -1000 * 32; n <= 1000 * 32; ++n)
         for (double const y : {n / 32.0, std::nextafter(n / 32.0, 1e9)}) x.push_back(y);
     auto const exact = [](long double v) { return std::exp2(v); };
-    expect_exact(&Kernels::power_of_two, x, exact);
+    expect_exact(&Kernels::power_of_two, x, exact, 0.1);
     std::erase_if(x, [](double v) { return std::abs(v) > 1000.0; });
-    expect_exact(&Kernels::small_power_of_two, x, exact);
+    expect_exact(&Kernels::small_power_of_two, x, exact, 0.1);
 }
 
 TEST_P(KernelsTest, APowerOfTwoOfSpecialValues) {
@@ -156,6 +157,10 @@ TEST_P(KernelsTest, APowerOfTwoOfSpecialValues) {
     auto const actual = apply(&Kernels::power_of_two, x);
     for (std::size_t i = 0; i < x.size(); ++i)
         EXPECT_TRUE(is_same(actual[i], y[i])) << x[i] << ": " << actual[i];
+    std::vector<double> const unusual{std::bit_cast<double>(0x7FF8000000000001U),
+                                      std::bit_cast<double>(0xFFFFFFFFFFFFFFFFU)};
+    for (double const power : apply(&Kernels::power_of_two, unusual))
+        EXPECT_TRUE(std::isnan(power));
     auto const small = apply(&Kernels::small_power_of_two, x);
     for (std::size_t i = 0; i < 7; ++i) EXPECT_TRUE(is_same(small[i], y[i])) << x[i];
 }

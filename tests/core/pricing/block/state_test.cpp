@@ -2,6 +2,8 @@
 
 #include "core/pricing/block/state.hpp"
 
+#include <limits>
+
 #include "support/both_engines.hpp"
 #include "support/helper_user.hpp"
 
