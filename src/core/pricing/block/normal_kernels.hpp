@@ -37,20 +37,20 @@ unsigned inside(Reals x, Reals y) {
 
 std::size_t draw_points(std::uint64_t* state, double* x, double* y) {
     constexpr std::size_t step = 2 * c_width;
-    std::size_t kept = 0;
+    std::size_t nb_kept = 0;
     auto const keep = [&](Words a, Words b, unsigned wanted) {
         // 2 u - 1 for the uniform numbers u of [0, 1)
         Reals const px = centred(temper(even_of(a, b)));
         Reals const py = centred(temper(odd_of(a, b)));
         unsigned const bits = inside(px, py) & wanted;
-        compress(x + kept, px, bits);
-        compress(y + kept, py, bits);
-        kept += static_cast<std::size_t>(__builtin_popcount(bits));
+        compress(x + nb_kept, px, bits);
+        compress(y + nb_kept, py, bits);
+        nb_kept += static_cast<std::size_t>(__builtin_popcount(bits));
     };
     constexpr unsigned all = (1U << c_width) - 1;
     auto const advance = [&](std::size_t i, std::size_t far) {
         auto const at = [&](std::size_t place) { return load_as<Words>(state + place); };
-        Words const word = twist(at(i), at(i + 1), at(far));
+        Words const word = twist(at(i), kept(at(i + 1)), at(far));
         store_words(state + i, word);
         return word;
     };
@@ -73,7 +73,7 @@ std::size_t draw_points(std::uint64_t* state, double* x, double* y) {
         Words const last = advance(i, i + c_middle - c_words);
         keep(last, last, all >> (c_width / 2));
     }
-    return kept;
+    return nb_kept;
 }
 
 /// Two normals for each point, y m and then x m with m = sqrt(-2 ln r^2 / r^2), the first ones and

@@ -146,6 +146,17 @@ Words where_odd(Words words, std::uint64_t mask) {
 #endif
 }
 
+/// The same words, kept in a register: what is used twice would be loaded twice, at double cost
+/// where it crosses a cache line.
+Words kept(Words words) {
+#if defined(__AVX512F__)
+    asm("" : "+v"(words));
+#else
+    asm("" : "+x"(words));
+#endif
+    return words;
+}
+
 /// The elements at given places of a and b one after the other.
 template <class Vector, std::size_t... places>
 Vector pick(Vector a, Vector b, std::index_sequence<places...>) {
