@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <utility>
 
@@ -32,5 +34,13 @@ class HelperUser final : public Pricer {
  private:
     Work m_work;
 };
+
+/// Calls work(helper) on the calibrated Black-Scholes market of a contract.
+inline void with_helper(Contract::Contract& contract, Toolbox::Date const& today,
+                        HelperUser::Work const& work) {
+    auto const model = Modeling::get_model(today, Modeling::ModelName::black_scholes);
+    EXPECT_TRUE(model->get_dependencies(contract));
+    EXPECT_TRUE(HelperUser(work).run(contract, model.get()));
+}
 
 }  // namespace ximCORE::Pricing

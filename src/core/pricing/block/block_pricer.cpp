@@ -115,22 +115,6 @@ void GreekReduction::reduce(Values const& values, std::size_t count,
     }
 }
 
-/// Each scenario by itself.
-class PriceReduction final : public Reduction {
- public:
-    explicit PriceReduction(std::size_t size) : m_size(size) {}
-
-    [[nodiscard]] std::size_t c_get_nb_results() const override { return m_size; }
-    void reduce(Values const& values, std::size_t count,
-                std::span<Observations> results) const override {
-        for (std::size_t i = 0; i < m_size; ++i)
-            Block::kernels().observe(values.c_get(i), count, results[i]);
-    }
-
- private:
-    std::size_t m_size;
-};
-
 /// The plan of a run; nothing where this engine does not run.
 std::optional<Plan> make_plan(Modeling::MCHelper const& helper) {
     auto const& options = MCPricerOptions::s_options;
@@ -234,7 +218,7 @@ bool price(Contract::Contract const& contract, Modeling::MCHelper& helper,
                                                      : (place == nullptr ? 0.0 : *place));
         }
     }
-    auto const totals = run(*program, states, scenarios, PriceReduction(points.size()), *plan);
+    auto const totals = run(*program, states, scenarios, EachScenario(points.size()), *plan);
     for (std::size_t i = 0; i < points.size(); ++i) add(totals[i], points[i].results.price);
     return true;
 }
@@ -249,7 +233,7 @@ bool differentiate(Contract::Contract const& contract, Modeling::MCHelper& helpe
         contract, helper, states,
         {.discount_factors = {}, .inputs = {}, .with_prologue = false, .with_adjoints = true});
     if (!program) return false;
-    auto const gradient = differentiate(*program, states[0], PriceReduction(1), *plan);
+    auto const gradient = differentiate(*program, states[0], EachScenario(1), *plan);
     add(gradient.price, results.price);
     for (std::size_t u = 0; u < gradient.paths.size(); ++u)
         helper.add_lognormal_adjoints(u, gradient.paths[u].levels, gradient.paths[u].normals);

@@ -43,6 +43,21 @@ class Reduction {
                         std::span<Observations> results) const = 0;
 };
 
+/// Each scenario by itself.
+class EachScenario final : public Reduction {
+ public:
+    explicit EachScenario(std::size_t size) : m_size(size) {}
+    [[nodiscard]] std::size_t c_get_nb_results() const override { return m_size; }
+    void reduce(Values const& values, std::size_t count,
+                std::span<Observations> results) const override {
+        for (std::size_t i = 0; i < m_size; ++i)
+            kernels().observe(values.c_get(i), count, results[i]);
+    }
+
+ private:
+    std::size_t m_size;
+};
+
 /// How many paths, and from which normals.
 struct Plan {
     std::uint64_t seed;

@@ -40,9 +40,7 @@ class CompilerTest : public BothEnginesTest {
     /// Calls work(helper) on the calibrated market of a contract.
     void with_helper(int root, HelperUser::Work const& work) {
         priced = contract(tree, root);
-        auto const model = Modeling::get_model(today, ModelName::black_scholes);
-        EXPECT_TRUE(model->get_dependencies(*priced));
-        EXPECT_TRUE(HelperUser(work).run(*priced, model.get()));
+        Pricing::with_helper(*priced, today, work);
     }
 
     /// The program of a contract, in which `features` are inputs.

@@ -29,9 +29,7 @@ class StateTest : public BothEnginesTest {
         int const product =
             tree.binary(TreeBuilder::mul, tree.fixing("A", half_year), tree.fixing("B", one_year));
         auto const priced = contract(tree, tree.pay(product, one_year, "EUR"));
-        auto const model = Modeling::get_model(today, ModelName::black_scholes);
-        ASSERT_TRUE(model->get_dependencies(*priced));
-        EXPECT_TRUE(HelperUser(work).run(*priced, model.get()));
+        Pricing::with_helper(*priced, today, work);
     }
 
     static State read(Modeling::MCHelper& helper, State const* central = nullptr) {
